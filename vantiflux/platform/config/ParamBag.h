@@ -13,8 +13,8 @@ namespace Config {
 using Param = std::pair<std::string, std::string>;
 using Params = std::vector<Param>;
 
-/// A small bag of texts under names. Names are unique and case-sensitive. The order is that in which the names were first
-/// set. Threads: as a standard container.
+/// A small bag of texts under names. Names are unique and case-sensitive. The order is that in which the names were
+/// first set. Threads: as a standard container.
 class VANTIFLUX_API ParamBag {
 public:
   /// Adds a parameter, or replaces the value of the one with that name, which keeps its place.
@@ -22,8 +22,8 @@ public:
   /// The same; a null pointer counts as the empty text.
   void setParam(const char* name, const char* value);
 
-  /// The value of the parameter, or `fallback` (which may be null) when there is none. The pointer is good until the bag
-  /// changes.
+  /// The value of the parameter, or `fallback` (which may be null) when there is none. The pointer is good until the
+  /// bag changes.
   const char* getParam(const char* name, const char* fallback) const;
   std::string getParam(const std::string& name, const std::string& fallback) const;
 

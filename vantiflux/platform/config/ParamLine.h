@@ -17,7 +17,8 @@ namespace Config {
 ///     text  = { plain | escape | quoted | raw } ;
 ///
 /// - *plain*: any character but a blank, `"`, `'`, `\`, and, in a name, `=`;
-/// - *escape*: `\n`, `\r`, `\t` for the control characters, `\xHH` for a byte by two hexadecimal digits, and `\` before any
+/// - *escape*: `\n`, `\r`, `\t` for the control characters, `\xHH` for a byte by two hexadecimal digits, and `\` before
+/// any
 ///   other character for that character itself;
 /// - *quoted*: `"` ... `"`, with blanks and `=` in it as they are, and with escapes;
 /// - *raw*: `'` ... `'`, everything in it as it is, with no way to write `'`.

@@ -10,9 +10,13 @@ namespace Pelorn {
 
 Channel::Channel() = default;
 
-Channel::~Channel() { Channel::close(); }
+Channel::~Channel() {
+  Channel::close();
+}
 
-bool Channel::isOpen() const { return handle() != nullptr; }
+bool Channel::isOpen() const {
+  return handle() != nullptr;
+}
 
 void Channel::close() {
   HandlePtr old;
@@ -72,8 +76,12 @@ WaitResult Channel::poll(const Handle& on, short events, short& found, const Dea
   return WaitResult::Data;
 }
 
-ssize_t Channel::readSome(int fd, char* data, std::size_t size) { return ::read(fd, data, size); }
+ssize_t Channel::readSome(int fd, char* data, std::size_t size) {
+  return ::read(fd, data, size);
+}
 
-ssize_t Channel::writeSome(int fd, const char* data, std::size_t size) { return ::write(fd, data, size); }
+ssize_t Channel::writeSome(int fd, const char* data, std::size_t size) {
+  return ::write(fd, data, size);
+}
 
 } // namespace Pelorn

@@ -25,9 +25,10 @@ enum class WaitResult : int {
 /// What serial ports, sockets and datagram sockets have in common: an open descriptor that several threads share, and
 /// waits that another thread can break.
 ///
-/// *Breaking.* `breakWait` ends every blocking operation at once, on the reading and on the writing side, and makes each
-/// later one (opening included) fail at once. It stays in force over `close` and opening anew, until `resetWait`: so a
-/// stop request is never lost, whatever the worker is doing just then. Whoever starts a worker calls `resetWait` first.
+/// *Breaking.* `breakWait` ends every blocking operation at once, on the reading and on the writing side, and makes
+/// each later one (opening included) fail at once. It stays in force over `close` and opening anew, until `resetWait`:
+/// so a stop request is never lost, whatever the worker is doing just then. Whoever starts a worker calls `resetWait`
+/// first.
 ///
 /// *Closing* ends blocking operations likewise, and lasts until the channel is opened again. The descriptor itself goes
 /// when the last operation that uses it has returned, so its number cannot be taken by another file under a reader.
@@ -65,8 +66,8 @@ protected:
   /// The open descriptor, null when closed. Holding it keeps the descriptor's number from being used again.
   HandlePtr handle() const;
 
-  /// Makes `fd` the open descriptor, in place of an earlier one. Throws `IOException`, with code `ECANCELED` and the text
-  /// `what` when the wait is broken.
+  /// Makes `fd` the open descriptor, in place of an earlier one. Throws `IOException`, with code `ECANCELED` and the
+  /// text `what` when the wait is broken.
   HandlePtr adopt(Descriptor fd, const std::string& what);
 
   /// Polls for `events`. `Error` when closed or broken; `Data` when one of the events or a fault of the descriptor is

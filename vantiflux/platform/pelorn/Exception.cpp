@@ -8,8 +8,12 @@ namespace Pelorn {
 namespace {
 
 // strerror_r comes in two kinds: one returns the text, the other fills the buffer and returns a status.
-[[maybe_unused]] const char* pick(const char* text, const char*) { return text; }
-[[maybe_unused]] const char* pick(int status, const char* buffer) { return status == 0 ? buffer : "Unknown error"; }
+[[maybe_unused]] const char* pick(const char* text, const char*) {
+  return text;
+}
+[[maybe_unused]] const char* pick(int status, const char* buffer) {
+  return status == 0 ? buffer : "Unknown error";
+}
 
 } // namespace
 
@@ -21,7 +25,8 @@ std::string errorText(int error) {
 Exception::Exception(std::string message) : message_(std::move(message)) {}
 Exception::~Exception() = default;
 
-IOException::IOException(const std::string& what, int error) : Exception(what + ": " + errorText(error)), code_(error) {}
+IOException::IOException(const std::string& what, int error)
+    : Exception(what + ": " + errorText(error)), code_(error) {}
 IOException::~IOException() = default;
 
 } // namespace Pelorn

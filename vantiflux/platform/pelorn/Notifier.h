@@ -23,7 +23,8 @@ private:
   Descriptor event_;
 };
 
-/// `poll` that goes on after interruption by a handler of a signal. Number of ready entries, 0 at the deadline, -1 on error.
+/// `poll` that goes on after interruption by a handler of a signal. Number of ready entries, 0 at the deadline, -1 on
+/// error.
 VANTIFLUX_API int pollUntil(pollfd* entries, unsigned count, const Deadline& deadline) noexcept;
 
 } // namespace Pelorn

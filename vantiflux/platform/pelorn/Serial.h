@@ -12,12 +12,13 @@ namespace Pelorn {
 
 /// A serial port in raw mode.
 ///
-/// The device is a decimal number N for /dev/ttySN, or the path of any terminal device (an adapter such as /dev/ttyUSB0, a
-/// pseudo-terminal). While open the port is exclusive to this process where the system grants it; `close` puts the line
-/// settings back that it found.
+/// The device is a decimal number N for /dev/ttySN, or the path of any terminal device (an adapter such as
+/// /dev/ttyUSB0, a pseudo-terminal). While open the port is exclusive to this process where the system grants it;
+/// `close` puts the line settings back that it found.
 ///
-/// Threads: all operations from any thread. Setters take effect at once on an open port and otherwise when it is opened.
-/// `close` may take up to half a second, while the line sends what was written; what a stalled line holds is then dropped.
+/// Threads: all operations from any thread. Setters take effect at once on an open port and otherwise when it is
+/// opened. `close` may take up to half a second, while the line sends what was written; what a stalled line holds is
+/// then dropped.
 class VANTIFLUX_API Serial : public Channel {
 public:
   /// The values are the platform's speed constants.
@@ -41,8 +42,8 @@ public:
   Serial();
   ~Serial() override;
 
-  /// Closes an open port, opens the device and applies the settings. Throws `IOException`, or `Exception` when the device is
-  /// not named in one of the two ways. Never waits for a carrier.
+  /// Closes an open port, opens the device and applies the settings. Throws `IOException`, or `Exception` when the
+  /// device is not named in one of the two ways. Never waits for a carrier.
   void open();
   void close() override;
 
@@ -91,7 +92,8 @@ private:
     Handshake handshake = Handshake::None;
   };
 
-  template <class Change> bool change(Change&& change);
+  template <class Change>
+  bool change(Change&& change);
   Settings settings() const;
   static bool apply(int fd, const Settings& settings);
   bool setLine(int line, bool on);

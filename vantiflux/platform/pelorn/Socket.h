@@ -16,8 +16,8 @@ public:
   Socket();
   ~Socket() override;
 
-  /// Closes an earlier connection and connects. Blocks until connected, failed, broken, closed, or `timeout` milliseconds
-  /// are over (negative: the system's own limit, some two minutes). Throws `IOException` with the cause.
+  /// Closes an earlier connection and connects. Blocks until connected, failed, broken, closed, or `timeout`
+  /// milliseconds are over (negative: the system's own limit, some two minutes). Throws `IOException` with the cause.
   void open(const std::string& address, std::uint16_t port, int timeout = -1);
 
   /// True: small writes go out at once, without waiting for acknowledgements. False on failure.

@@ -9,8 +9,8 @@
 
 namespace Pelorn {
 
-/// A UDP socket. It receives from every sender and sends to one remote address or to a stated one. That a peer's port is
-/// closed is no failure here: later datagrams go out and come in as before.
+/// A UDP socket. It receives from every sender and sends to one remote address or to a stated one. That a peer's port
+/// is closed is no failure here: later datagrams go out and come in as before.
 ///
 /// Threads: all operations from any thread; receiving from one.
 class VANTIFLUX_API UDP : public Channel {
@@ -35,13 +35,13 @@ public:
   /// Size of the next datagram, 0 when it is empty or there is none. False when closed.
   bool dataAvail(int& count) const;
 
-  /// Takes the next datagram without blocking. `size` is the buffer's on entry and the datagram's on return; what exceeds
-  /// the buffer is lost. False when there is none.
+  /// Takes the next datagram without blocking. `size` is the buffer's on entry and the datagram's on return; what
+  /// exceeds the buffer is lost. False when there is none.
   bool receive(void* buffer, int& size);
   bool receive(void* buffer, int& size, SocketAddress& from);
 
-  /// Sends one datagram without blocking. False without a destination, when it is too long, or when the system does not take
-  /// it: it is then lost, as any datagram may be.
+  /// Sends one datagram without blocking. False without a destination, when it is too long, or when the system does not
+  /// take it: it is then lost, as any datagram may be.
   bool send(const void* data, int size);
   bool sendTo(const void* data, int size, const SocketAddress& to);
 

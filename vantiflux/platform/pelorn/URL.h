@@ -23,7 +23,8 @@ public:
   /// The absolute form with special characters coded, empty for the empty URL. Parsing it again gives an equal URL.
   std::string toString() const;
 
-  /// The document as a stream, from the beginning. The empty URL stands for `URLFile::_cwd`. Throws `URLImpl::Exception`.
+  /// The document as a stream, from the beginning. The empty URL stands for `URLFile::_cwd`. Throws
+  /// `URLImpl::Exception`.
   std::unique_ptr<std::istream> open() const;
 
   const URLImpl* get() const noexcept { return impl_.get(); }

@@ -30,10 +30,10 @@ public:
   /// Reads an absolute URL, or a reference relative to `base`, or (with a file or nothing as the base) the path of a
   /// file. Null when it is empty, malformed, of an unknown kind, or names another host's file.
   ///
-  /// A path is taken as it is: `%`, `?`, `#` and blanks are characters of its name, and a colon before the first slash must
-  /// be hidden by "./", since it would end the name of a kind. It is resolved against the base's folder (the base itself
-  /// if it ends in a slash), or against the working directory of this moment. In a URL, special characters are percent-coded;
-  /// bare blanks are tolerated.
+  /// A path is taken as it is: `%`, `?`, `#` and blanks are characters of its name, and a colon before the first slash
+  /// must be hidden by "./", since it would end the name of a kind. It is resolved against the base's folder (the base
+  /// itself if it ends in a slash), or against the working directory of this moment. In a URL, special characters are
+  /// percent-coded; bare blanks are tolerated.
   static std::shared_ptr<const URLImpl> create(const std::string& text, const URL& base);
 
   /// The absolute form, special characters percent-coded.

@@ -9,7 +9,9 @@ namespace Pelorn {
 
 Wait::Wait() = default;
 
-Wait::~Wait() { close(); }
+Wait::~Wait() {
+  close();
+}
 
 bool Wait::create() {
   std::shared_ptr<const Notifier> fresh;

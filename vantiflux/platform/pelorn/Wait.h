@@ -33,8 +33,9 @@ public:
   /// Ends present and future waits. Without a channel it does nothing.
   void signal();
 
-  /// Readable (`POLLIN`) once signalled, for a loop that polls other descriptors too; -1 without a channel. It belongs to
-  /// this object and stays valid until `create` or `close`, so only one who knows that neither can happen may poll it.
+  /// Readable (`POLLIN`) once signalled, for a loop that polls other descriptors too; -1 without a channel. It belongs
+  /// to this object and stays valid until `create` or `close`, so only one who knows that neither can happen may poll
+  /// it.
   int descriptor() const;
 
 private:

@@ -9,8 +9,8 @@ namespace Pelorn {
 
 /// A `std::iostream` over a serial port or a socket.
 ///
-/// The stream object, error flags included, belongs to one thread. Other threads write through `buf()`, whose writing side
-/// takes any number of them, and end this thread's waits with `breakWait` or `close`.
+/// The stream object, error flags included, belongs to one thread. Other threads write through `buf()`, whose writing
+/// side takes any number of them, and end this thread's waits with `breakWait` or `close`.
 class VANTIFLUX_API ioStream : public std::iostream {
 public:
   /// The channel must outlive the stream.

@@ -8,10 +8,10 @@ namespace Tarsil {
 
 /// A shared library loaded at run time; unloaded with this object.
 ///
-/// *Search*. A name with a slash is a path and is opened as it is, relative ones against the working directory. A bare name
-/// is looked for in the directories of the environment variable VANTIFLUX_PLUGIN_PATH (colon-separated; empty entries are
-/// ignored), in order, and then where the dynamic linker looks for libraries. The working directory is not searched for bare
-/// names unless listed there, so that a file which happens to lie in it is not run by accident.
+/// *Search*. A name with a slash is a path and is opened as it is, relative ones against the working directory. A bare
+/// name is looked for in the directories of the environment variable VANTIFLUX_PLUGIN_PATH (colon-separated; empty
+/// entries are ignored), in order, and then where the dynamic linker looks for libraries. The working directory is not
+/// searched for bare names unless listed there, so that a file which happens to lie in it is not run by accident.
 ///
 /// Threads: one at a time for an object.
 class VANTIFLUX_API DynamicLibrary {
@@ -36,8 +36,9 @@ public:
   DynamicLibrary(const DynamicLibrary&) = delete;
   DynamicLibrary& operator=(const DynamicLibrary&) = delete;
 
-  /// Loads the library and runs its static initialisers, all symbols resolved. One that was loaded by this object before is
-  /// unloaded then. Throws `Exception` with the linker's text, and keeps what it had; what an initialiser throws passes on.
+  /// Loads the library and runs its static initialisers, all symbols resolved. One that was loaded by this object
+  /// before is unloaded then. Throws `Exception` with the linker's text, and keeps what it had. An initialiser must not
+  /// throw: it would leave the linker locked.
   void load(const char* name);
 
   bool loaded() const noexcept { return handle_ != nullptr; }

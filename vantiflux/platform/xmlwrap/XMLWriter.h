@@ -19,11 +19,11 @@ public:
 ///
 /// Every text that XML can carry reads back the same, line ends and tabs in attributes included. What it cannot carry
 /// (control characters other than tab, line feed and carriage return, bytes that are not UTF-8, U+FFFE and U+FFFF), a
-/// malformed or repeated name, or an end that does not match makes `SAXException`, before any of that event is written: what
-/// is written can always be read back. A stream that refuses output makes `SAXException` too.
+/// malformed or repeated name, or an end that does not match makes `SAXException`, before any of that event is written:
+/// what is written can always be read back. A stream that refuses output makes `SAXException` too.
 ///
-/// Where an element holds text, nothing is indented, so that the text stays as it is. Prefixes are written as the qualified
-/// names give them; declaring them is up to `startPrefixMapping`.
+/// Where an element holds text, nothing is indented, so that the text stays as it is. Prefixes are written as the
+/// qualified names give them; declaring them is up to `startPrefixMapping`.
 class VANTIFLUX_API XMLWriter_XML : public XMLWriter {
 public:
   /// The stream must outlive the writer.
