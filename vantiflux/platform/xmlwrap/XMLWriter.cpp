@@ -98,7 +98,9 @@ void XMLWriter_XML::characters(std::string_view text) {
     throw SAXException("Text must stand in an element");
   if (!isXMLText(text))
     throw SAXException("A text in the element \"" + open_.back().qName + "\" holds a character that XML cannot carry");
-  put((open_.back().empty ? ">" : "") + escapeText(text));
+  if (open_.back().empty)
+    put(">");
+  put(escapeText(text));
   childBegun();
   open_.back().mixed = true;
 }
