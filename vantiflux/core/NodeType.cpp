@@ -18,10 +18,10 @@ std::string textOf(const char* text) { return text == nullptr ? std::string() : 
 // Constant-initialised, so that it is null before the first initialiser of any library runs.
 constinit NodeType::Types* NodeType::types_ = nullptr;
 
-NodeType::NodeType(const std::string& name, Create create, const char* author, const char* shortDescription,
+NodeType::NodeType(const std::string& name, Create factory, const char* author, const char* shortDescription,
                    const char* longDescription, Field* fields, std::uint32_t numFields)
     : name_(name), author_(textOf(author)), shortDescription_(textOf(shortDescription)),
-      longDescription_(textOf(longDescription)), fields_(fields), numFields_(numFields), create_(create) {
+      longDescription_(textOf(longDescription)), fields_(fields), numFields_(numFields), create_(factory) {
   if (types_ == nullptr)
     types_ = new Types;
   (*types_)[Labels::lower(name)] = this;

@@ -25,7 +25,7 @@ public:
 
   /// Registers the type in place of an earlier one of the same name. A null text leaves its member empty. The table of
   /// fields stays the node class's own.
-  NodeType(const std::string& name, Create create, const char* author, const char* shortDescription,
+  NodeType(const std::string& name, Create factory, const char* author, const char* shortDescription,
            const char* longDescription, Field* fields, std::uint32_t numFields);
   ~NodeType();
   NodeType(const NodeType&) = delete;
