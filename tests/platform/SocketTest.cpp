@@ -125,15 +125,7 @@ TEST(ServerSocket, EndsOfABlockedAccept) {
 TEST(ServerSocket, OutlivesAShortageOfDescriptors) {
   ServerSocket server;
   server.open("127.0.0.1", 0);
-  Socket client;
-  client.open("127.0.0.1", server.getLocalAddress().getServicePort());
-  std::vector<Pelorn::Descriptor> hogs;
-  rlimit before{};
-  ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before));
-  Pelorn::Descriptor highest(::dup(0));
-  rlimit tight = before;
-  tight.rlim_cur = static_cast<rlim_t>(highest.get()) + 1;
-  ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &tight));
+  const sockaddr_in address = server.getLocalAddress().native();
   std::unique_ptr<Socket> peer;
   std::atomic<bool> failed{false};
   test::Worker accepter([&] {
@@ -143,9 +135,18 @@ TEST(ServerSocket, OutlivesAShortageOfDescriptors) {
       failed = true;
     }
   });
-  // The worker's own state file cannot be opened now: give it time to meet the shortage instead.
+  EXPECT_TRUE(accepter.blocked());
+  const Pelorn::Descriptor client(::socket(AF_INET, SOCK_STREAM, 0));
+  rlimit before{};
+  ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before));
+  rlimit tight = before;
+  tight.rlim_cur = 3;
+  ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &tight));
+  const int connected = ::connect(client.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  // The worker now meets the shortage; nothing can be opened to look how it fares.
   std::this_thread::sleep_for(std::chrono::milliseconds(50));
   ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &before));
+  EXPECT_EQ(0, connected);
   accepter.join();
   EXPECT_FALSE(failed);
   EXPECT_TRUE(peer);
