@@ -23,6 +23,6 @@ struct VANTIFLUX_API Time;
 class VANTIFLUX_API Sample;
 class VANTIFLUX_API Image;
 template <class T>
-class VANTIFLUX_API SmartPtr;
+class SmartPtr;
 
 } // namespace Vantiflux

@@ -1,0 +1,50 @@
+#include <vantiflux/core/BasicInSlot.h>
+
+#include <utility>
+
+#include <vantiflux/core/BasicOutSlot.h>
+
+namespace Vantiflux {
+
+using Tarsil::Mutex;
+using Tarsil::MutexLock;
+
+BasicInSlot::Listener::~Listener() = default;
+
+BasicInSlot::BasicInSlot(std::string description)
+    : Slot(std::move(description), Mutex::Kind::Plain, Mutex::Kind::Delivery) {}
+
+BasicInSlot::~BasicInSlot() = default;
+
+void BasicInSlot::startInSlot() {
+  const MutexLock lock(listenersMutex_, Mutex::Wait::Yielding);
+  listeners_.forEach([this](Listener& listener) { listener.startInSlot(*this); });
+}
+
+void BasicInSlot::stopInSlot() {
+  const MutexLock lock(listenersMutex_, Mutex::Wait::Yielding);
+  listeners_.forEach([this](Listener& listener) { listener.stopInSlot(*this); });
+}
+
+void BasicInSlot::newData() {
+  const MutexLock lock(listenersMutex_, Mutex::Wait::Delivery);
+  listeners_.forEach([this](Listener& listener) { listener.newData(*this); });
+}
+
+void BasicInSlot::addListener(Listener& listener) {
+  const MutexLock lock(listenersMutex_, Mutex::Wait::Yielding);
+  listeners_.add(listener);
+}
+
+void BasicInSlot::removeListener(Listener& listener) {
+  const MutexLock lock(listenersMutex_, Mutex::Wait::Yielding);
+  listeners_.remove(listener);
+}
+
+void BasicInSlot::interrupt() {
+  const MutexLock lock(dataMutex_);
+  interrupted_ = true;
+  up();
+}
+
+} // namespace Vantiflux

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <string>
+
+#include <vantiflux/Export.h>
+#include <vantiflux/core/ListenerSet.h>
+#include <vantiflux/core/Slot.h>
+#include <vantiflux/platform/tarsil/Semaphore.h>
+
+namespace Vantiflux {
+
+class BasicOutSlot;
+
+/// The type-erased form of a slot that receives values.
+class VANTIFLUX_API BasicInSlot : public Slot {
+public:
+  /// Is told what happens to a slot. All calls come with the slot's listeners mutex held: start and stop from the thread
+  /// that connects, `newData` from the thread that pushed the value. A slow listener holds up the writer. Listeners may
+  /// call back, remove slots, routes and nodes, and end the thread that they run on.
+  class VANTIFLUX_API Listener {
+  public:
+    virtual ~Listener();
+    /// The first connection has come.
+    virtual void startInSlot(BasicInSlot&) {}
+    /// The last connection has gone.
+    virtual void stopInSlot(BasicInSlot&) {}
+    /// The slot holds a new value.
+    virtual void newData(BasicInSlot&) {}
+  };
+
+  explicit BasicInSlot(std::string description);
+  ~BasicInSlot() override;
+
+  Direction getDirection() const override { return In; }
+
+  /// Whether there is no value that `pop` has not taken yet.
+  virtual bool empty() const = 0;
+  /// Joins this slot with an out-slot of the same value type, once more if they are joined already; null and other types
+  /// are ignored. Holds the lock of structure; starts both slots' listeners and delivers the stored value, if valid.
+  virtual void connect(BasicOutSlot* slot) = 0;
+  /// Takes one connection back. When it returns for the last one, no delivery between the two is under way but those
+  /// that this thread itself runs under.
+  virtual void disconnect(BasicOutSlot* slot) = 0;
+  virtual void startInSlot();
+  virtual void stopInSlot();
+  virtual void newData();
+
+  /// Adding a present listener does nothing. When `removeListener` returns, no call of the listener is under way but
+  /// those that this thread itself runs under.
+  void addListener(Listener& listener);
+  void removeListener(Listener& listener);
+
+  /// The two operations of the semaphore that counts values ready for `pop`.
+  void up() const noexcept { semaphore_.up(); }
+  void down() const noexcept { semaphore_.down(); }
+
+  /// Wakes one reader: the next `pop` or `top` throws InterruptedException.
+  void interrupt();
+
+protected:
+  bool interrupted_ = false; ///< guarded by the data mutex
+
+private:
+  ListenerSet<Listener> listeners_; ///< guarded by the listeners mutex
+  mutable Tarsil::Semaphore semaphore_;
+};
+
+} // namespace Vantiflux

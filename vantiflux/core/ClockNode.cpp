@@ -1,0 +1,60 @@
+#include <vantiflux/core/ClockNode.h>
+
+#include <ctime>
+
+#include <vantiflux/values/SlotTypes.h>
+
+namespace Vantiflux {
+
+const char* const ClockNode::typeName_ = "Clock";
+const char* const ClockNode::author_ = "The Vantiflux developers";
+const char* const ClockNode::shortDescription_ = "Reads the system time.";
+const char* const ClockNode::longDescription_ =
+    "Publishes the system time (UTC) in seconds since 1970-01-01 00:00:00 UTC once a second while somebody reads it.";
+NodeType ClockNode::type_(typeName_, &ClockNode::create, author_, shortDescription_, longDescription_, nullptr, 0);
+
+Node* ClockNode::create() { return new ClockNode; }
+
+ClockNode::ClockNode()
+    : timeSlot_("Current system time (UTC) in seconds since 1970-01-01 00:00:00 UTC"),
+      worker_(*this, [this] { thread(); }) {
+  timeSlot_.addListener(*this);
+  timeSlot_.setValue(Time::getCurrentTime());
+  addOutSlot("Time", &timeSlot_);
+  publishSlots();
+}
+
+ClockNode::~ClockNode() {
+  disable();
+  ClockNode::stop();
+}
+
+void ClockNode::start() {
+  worker_.start([this] {
+    if (wait_.create())
+      return true;
+    setState(Error, "Cannot create wait object");
+    return false;
+  });
+}
+
+void ClockNode::stop() {
+  if (worker_.stop([this] { wait_.signal(); }))
+    wait_.close();
+}
+
+void ClockNode::thread() {
+  setState(Running, "");
+  std::time_t last = 0;
+  do {
+    const std::time_t now = std::time(nullptr);
+    if (now != last) {
+      timeSlot_.push(Data<Time>(Time(static_cast<double>(now))));
+      last = now;
+    }
+  } while (waitThread(200));
+  timeSlot_.invalidateValue();
+  setState(Sleeping, "");
+}
+
+} // namespace Vantiflux

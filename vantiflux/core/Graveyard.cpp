@@ -1,0 +1,74 @@
+#include <vantiflux/core/Graveyard.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <mutex>
+#include <new>
+#include <vector>
+
+#include <vantiflux/core/Namespace.h>
+
+namespace Vantiflux {
+
+namespace {
+
+struct Corpses {
+  std::mutex lock; // guards the list
+  std::vector<Namespace*> list;
+};
+
+Corpses& corpses() {
+  static auto* const the = new Corpses; // never destroyed: threads may outlive static destruction
+  return *the;
+}
+
+void destroy(Namespace* corpse) {
+  void* const memory = dynamic_cast<void*>(corpse);
+  corpse->~Namespace();
+  ::operator delete(memory);
+}
+
+} // namespace
+
+std::atomic<int> Graveyard::occupied_{0};
+
+void Graveyard::bury(Namespace* corpse) {
+  try {
+    corpse->disable();
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "Exception while a namespace was deleted: %s\n", e.what());
+  }
+  {
+    const TreeLock lock;
+    corpse->parent_ = nullptr;
+  }
+  if (!corpse->isInUse())
+    return destroy(corpse);
+  {
+    const std::lock_guard guard(corpses().lock);
+    corpses().list.push_back(corpse);
+    occupied_.fetch_add(1, std::memory_order_seq_cst);
+  }
+  collect(); // who left it a moment ago may not have seen it here
+}
+
+void Graveyard::collect() {
+  for (;;) {
+    Namespace* corpse = nullptr;
+    {
+      const TreeLock tree;
+      const std::lock_guard guard(corpses().lock);
+      std::vector<Namespace*>& list = corpses().list;
+      const auto found = std::find_if(list.begin(), list.end(), [](Namespace* c) { return !c->isInUse(); });
+      if (found == list.end())
+        return;
+      corpse = *found;
+      list.erase(found);
+      occupied_.fetch_sub(1, std::memory_order_seq_cst);
+    }
+    destroy(corpse);
+  }
+}
+
+} // namespace Vantiflux

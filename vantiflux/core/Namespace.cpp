@@ -1,0 +1,237 @@
+#include <vantiflux/core/Namespace.h>
+
+#include <vantiflux/core/Graveyard.h>
+#include <vantiflux/core/Labels.h>
+#include <vantiflux/core/Node.h>
+
+namespace Vantiflux {
+
+Namespace::Listener::~Listener() = default;
+
+Namespace::Namespace() = default;
+
+Namespace::~Namespace() {
+  Namespace::disable();
+  // The children go while the lock of structure is free: the end of a worker may need it.
+  while (!children_.empty())
+    takeChild(children_.begin()->first);
+}
+
+void Namespace::operator delete(Namespace* self, std::destroying_delete_t) { Graveyard::bury(self); }
+
+Namespace::Change::Change(const Namespace& changed) : changed_(const_cast<Namespace&>(changed)) {
+  treeMutex().lock(Tarsil::Mutex::Wait::Yielding);
+  changed_.pin();
+}
+
+Namespace::Change::~Change() {
+  Namespace& changed = changed_;
+  treeMutex().unlock();
+  changed.unpin();
+}
+
+void Namespace::unpin() noexcept {
+  pins_.fetch_sub(1, std::memory_order_seq_cst);
+  Graveyard::visit();
+}
+
+// A slot counts that delivers, or that runs listeners, on any thread: this one's members are on its stack.
+bool Namespace::isInUse() const {
+  if (pins_.load(std::memory_order_seq_cst) != 0)
+    return true;
+  const TreeLock lock;
+  for (const LabeledOutSlot& entry : outSlots_.entries())
+    if (entry.slot->isInUse())
+      return true;
+  for (const LabeledInSlot& entry : inSlots_.entries())
+    if (entry.slot->isInUse())
+      return true;
+  return false;
+}
+
+void Namespace::enable() {
+  const Change change(*this);
+  if (enabled_)
+    return;
+  initialize();
+  connected_ = true;
+  enabled_.store(true, std::memory_order_release);
+  publishAll(true);
+  joinAll(true);
+  forEachChild([this](Namespace& child) {
+    child.enable();
+    return enabled_.load(); // a call back may have disabled this namespace again
+  });
+}
+
+void Namespace::disable() {
+  const Change change(*this);
+  if (!enabled_)
+    return;
+  enabled_.store(false, std::memory_order_release);
+  joinAll(false);
+  publishAll(false);
+  connected_ = false;
+  forEachChild([](Namespace& child) {
+    child.disable();
+    return true;
+  });
+  shutdown();
+}
+
+void Namespace::initialize() {}
+
+void Namespace::shutdown() {}
+
+std::string Namespace::typeName() const { return "Namespace"; }
+
+bool Namespace::saveState() const { return true; }
+
+// Walks the children by their keys, because a call back may take any of them out.
+void Namespace::forEachChild(const std::function<bool(Namespace&)>& visit) const {
+  for (auto at = children_.begin(); at != children_.end();) {
+    const std::string key = at->first;
+    if (!visit(*at->second))
+      return;
+    at = children_.upper_bound(key);
+  }
+}
+
+const std::string& Namespace::addNamespace(const std::string& label, std::unique_ptr<Namespace> child) {
+  static const auto& none = *new std::string; // never destroyed: nodes work until the root goes
+  if (child == nullptr)
+    return none;
+  const Change change(*this);
+  Namespace& added = *child;
+  const Change childChange(added);
+  added.label_ = createUniqueLabel(label);
+  added.parent_ = this;
+  children_.emplace(Labels::lower(added.label_), std::move(child));
+  setDirty(true);
+  if (added.enabled_)
+    added.publishAll(true);
+  if (enabled_)
+    added.enable();
+  return added.label_;
+}
+
+const std::string& Namespace::addNamespace(const std::string& label, std::unique_ptr<Node> child) {
+  return addNamespace(label, std::unique_ptr<Namespace>(std::move(child)));
+}
+
+const std::string& Namespace::addNamespace(std::unique_ptr<Node> child) {
+  const std::string label = child == nullptr ? std::string() : child->typeName();
+  return addNamespace(label, std::move(child));
+}
+
+std::unique_ptr<Namespace> Namespace::takeChild(const std::string& key) {
+  const TreeLock lock;
+  const auto found = children_.find(key);
+  if (found == children_.end())
+    return nullptr;
+  std::unique_ptr<Namespace> child = std::move(found->second);
+  children_.erase(found);
+  labelCounts_.clear();
+  return child;
+}
+
+std::string Namespace::unknownChild(const std::string& label) const {
+  return "Namespace \"" + label_ + "\" does not contain the subnamespace \"" + label + "\"";
+}
+
+std::unique_ptr<Namespace> Namespace::removeNamespace(const std::string& label) {
+  const Change change(*this);
+  std::unique_ptr<Namespace> child = takeChild(Labels::lower(label));
+  if (child == nullptr)
+    throw InvalidNamespaceException(unknownChild(label));
+  child->disable();
+  child->parent_ = nullptr;
+  setDirty(true);
+  return child;
+}
+
+Namespace* Namespace::getNamespace(const std::string& label) const {
+  const TreeLock lock;
+  const auto found = children_.find(Labels::lower(label));
+  if (found == children_.end())
+    throw InvalidNamespaceException(unknownChild(label));
+  return found->second.get();
+}
+
+std::vector<Namespace*> Namespace::getNamespaces() const {
+  const TreeLock lock;
+  std::vector<Namespace*> result;
+  result.reserve(children_.size());
+  for (const auto& [key, child] : children_)
+    result.push_back(child.get());
+  return result;
+}
+
+std::string Namespace::createUniqueLabel(const std::string& label) const {
+  const TreeLock lock;
+  if (children_.find(Labels::lower(label)) == children_.end())
+    return label;
+  unsigned& count = labelCounts_[Labels::lower(label)];
+  for (count = count < 2 ? 2 : count;; ++count) {
+    std::string candidate = label + ' ' + std::to_string(count);
+    if (children_.find(Labels::lower(candidate)) == children_.end())
+      return candidate;
+  }
+}
+
+void Namespace::clearNamespaces() {
+  const Change change(*this);
+  while (!children_.empty())
+    takeChild(children_.begin()->first);
+  setDirty(true);
+}
+
+void Namespace::clear() {
+  const Change change(*this);
+  clearRoutes();
+  clearExternalRoutes();
+  clearNamespaces();
+  const std::lock_guard values(valuesLock_);
+  fields_.clear();
+}
+
+void Namespace::setDirty(bool dirty) {
+  const TreeLock lock;
+  if (dirty_ == dirty)
+    return;
+  dirty_.store(dirty, std::memory_order_release);
+  if (dirty) {
+    if (parent_ != nullptr)
+      parent_->setDirty(true);
+  } else {
+    for (const auto& [key, child] : children_)
+      child->setDirty(false);
+  }
+}
+
+Namespace* Namespace::getParent() const {
+  const TreeLock lock;
+  return parent_;
+}
+
+Pelorn::URL Namespace::getBaseURL() const {
+  const std::lock_guard values(valuesLock_);
+  return baseURL_;
+}
+
+void Namespace::setBaseURL(const Pelorn::URL& url) {
+  const std::lock_guard values(valuesLock_);
+  baseURL_ = url;
+}
+
+void Namespace::addListener(Listener& listener) {
+  const TreeLock lock;
+  listeners_.add(listener);
+}
+
+void Namespace::removeListener(Listener& listener) {
+  const TreeLock lock;
+  listeners_.remove(listener);
+}
+
+} // namespace Vantiflux

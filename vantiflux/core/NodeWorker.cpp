@@ -1,0 +1,81 @@
+#include <vantiflux/core/NodeWorker.h>
+
+#include <exception>
+#include <utility>
+
+namespace Vantiflux {
+
+NodeWorker::NodeWorker(Node& node, std::function<void()> run)
+    : node_(node), body_(std::move(run)), thread_(this, &NodeWorker::run) {}
+
+NodeWorker::~NodeWorker() = default;
+
+void NodeWorker::start(std::function<bool()> prepare) {
+  const TreeLock lock;
+  if (!active_)
+    begin(prepare);
+  else if (leaving_)
+    next_ = std::move(prepare);
+}
+
+// The pin keeps the node until the run has left it for good.
+void NodeWorker::begin(const std::function<bool()>& prepare) {
+  if (!prepare())
+    return;
+  active_ = true;
+  leaving_ = false;
+  node_.pin();
+  if (thread_.start())
+    return;
+  active_ = false;
+  node_.setState(Node::Error, "Cannot start thread");
+  node_.unpin();
+}
+
+bool NodeWorker::stop(const std::function<void()>& interrupt) {
+  const TreeLock lock;
+  next_ = nullptr;
+  if (!active_)
+    return true;
+  leaving_ = true;
+  interrupt();
+  ++joiners_;
+  const bool ended = thread_.join();
+  --joiners_;
+  if (ended && !active_ && joiners_ == 0)
+    if (const auto prepare = std::exchange(next_, nullptr))
+      begin(prepare);
+  return !active_;
+}
+
+bool NodeWorker::isRunning() const {
+  const TreeLock lock;
+  return active_ && !leaving_;
+}
+
+int NodeWorker::run() {
+  Node& node = node_;
+  do {
+    try {
+      body_();
+    } catch (const std::exception& e) {
+      node_.setState(Node::Error, e.what());
+    } catch (...) {
+      node_.setState(Node::Error, "Unknown exception");
+    }
+  } while (goesOn());
+  node.unpin(); // this object may be gone now
+  return 0;
+}
+
+// Decides at the end of a run whether this thread begins the next one.
+bool NodeWorker::goesOn() {
+  const TreeLock lock;
+  active_ = leaving_ = false;
+  if (joiners_ != 0)
+    return false;
+  const auto prepare = std::exchange(next_, nullptr);
+  return active_ = prepare && prepare();
+}
+
+} // namespace Vantiflux

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <string>
+#include <typeinfo>
+
+#include <vantiflux/Export.h>
+#include <vantiflux/platform/tarsil/Mutex.h>
+
+namespace Vantiflux {
+
+/// The end point of a data connection. A slot has a description but no label: labels stand in the namespaces that hold
+/// the slot, and several may name the same one.
+///
+/// *Threads.* Any thread may call any operation. Each slot has two recursive mutexes. The data mutex guards the value;
+/// an out-slot's is held while a value is delivered, so deliveries of one slot follow each other. The listeners mutex is
+/// held while listeners run. The order is: listeners mutex before data mutex of one slot, an out-slot's before those of
+/// its in-slots. Connecting and disconnecting hold the lock of structure (TreeLock) besides.
+///
+/// *Lifetime.* Remove a slot from its namespaces before it is destroyed; destroying it does not disconnect it.
+class VANTIFLUX_API Slot {
+public:
+  enum Direction { In = 0, Out = 1 };
+
+  virtual ~Slot();
+  Slot(const Slot&) = delete;
+  Slot& operator=(const Slot&) = delete;
+
+  /// The printable name of the value type, `TypeName<T>::getName()`. It may hold HTML entities.
+  virtual const char* getTypeName() const = 0;
+  /// The identity of the value type.
+  virtual const std::type_info& getTypeID() const = 0;
+  virtual Direction getDirection() const = 0;
+
+  const std::string& getDescription() const noexcept { return description_; }
+
+  void lock() const TARSIL_ACQUIRE(dataMutex_) { dataMutex_.lock(); }
+  void unlock() const TARSIL_RELEASE(dataMutex_) { dataMutex_.unlock(); }
+  void listenersLock() const TARSIL_ACQUIRE(listenersMutex_) { listenersMutex_.lock(); }
+  void listenersUnlock() const TARSIL_RELEASE(listenersMutex_) { listenersMutex_.unlock(); }
+
+  /// Whether a delivery or a call of listeners is under way on some thread, this one included.
+  bool isInUse() const noexcept { return dataMutex_.isLocked() || listenersMutex_.isLocked(); }
+
+protected:
+  Slot(std::string description, Tarsil::Mutex::Kind dataKind, Tarsil::Mutex::Kind listenersKind);
+
+  mutable Tarsil::Mutex dataMutex_;
+  mutable Tarsil::Mutex listenersMutex_;
+
+private:
+  const std::string description_;
+};
+
+} // namespace Vantiflux

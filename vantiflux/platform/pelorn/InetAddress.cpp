@@ -1,0 +1,37 @@
+#include <vantiflux/platform/pelorn/InetAddress.h>
+
+#include <arpa/inet.h>
+#include <unistd.h>
+#include <vantiflux/platform/pelorn/Deadline.h>
+#include <vantiflux/platform/pelorn/Lookup.h>
+
+namespace Pelorn {
+
+InetAddress InetAddress::getByName(const std::string& name, int timeout) {
+  return lookUpAddress(name, Deadline(timeout));
+}
+
+std::string InetAddress::getLocalHostName() {
+  char name[256] = "";
+  if (::gethostname(name, sizeof name - 1) != 0 || !*name)
+    return "localhost";
+  return name;
+}
+
+std::string InetAddress::getHostAddress() const {
+  if (!valid_)
+    return {};
+  char text[INET_ADDRSTRLEN] = "";
+  const in_addr native{htonl(address_)};
+  ::inet_ntop(AF_INET, &native, text, sizeof text);
+  return text;
+}
+
+std::string InetAddress::getHostName() const {
+  if (!valid_)
+    return {};
+  const std::string name = isAny() ? std::string() : lookUpName(*this, Deadline(500));
+  return name.empty() ? getHostAddress() : name;
+}
+
+} // namespace Pelorn

@@ -1,0 +1,108 @@
+#include <vantiflux/platform/pelorn/URLFile.h>
+
+#include <cerrno>
+#include <curl/curl.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+#include <sys/stat.h>
+#include <system_error>
+#include <utility>
+#include <vantiflux/platform/pelorn/CurlURL.h>
+#include <vantiflux/platform/pelorn/Descriptor.h>
+
+namespace Pelorn {
+
+const URL URLFile::_cwd{std::make_shared<URLFile>("./")};
+
+namespace {
+
+bool isPlain(unsigned char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+         std::string_view("-._~/").find(static_cast<char>(c)) != std::string_view::npos;
+}
+
+std::string percentCoded(const std::string& path) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  std::string result;
+  for (const char c : path) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (isPlain(byte)) {
+      result += c;
+    } else {
+      result += '%';
+      result += digits[byte >> 4];
+      result += digits[byte & 15];
+    }
+  }
+  return result;
+}
+
+/// Throws unless the path is that of a regular file of tolerable size that can be read.
+void check(const std::string& path) {
+  const auto fail = [&](const std::string& why) { throw URLImpl::Exception("Cannot open " + path + ": " + why); };
+  // Without blocking, or a pipe with no writer would hold the caller up.
+  const Descriptor fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  struct stat status {};
+  if (!fd || ::fstat(fd.get(), &status) != 0)
+    fail(errorText(errno));
+  if (S_ISDIR(status.st_mode))
+    fail(errorText(EISDIR));
+  if (!S_ISREG(status.st_mode))
+    fail("not a regular file");
+  if (static_cast<unsigned long long>(status.st_size) > URLImpl::maxDocument)
+    fail(errorText(EFBIG));
+}
+
+} // namespace
+
+URLFile::URLFile(std::string path) : path_(std::move(path)) {}
+
+URLFile::~URLFile() = default;
+
+std::shared_ptr<const URLFile> URLFile::parse(const std::string& url) {
+  const CurlURL parsed(url);
+  std::string path;
+  // Decoded by the library, which refuses coded control characters, a NUL among them, and hosts other than this one.
+  if (!parsed.valid() || !parsed.get(CURLUPART_PATH, path, CURLU_URLDECODE) || path.empty() || path[0] != '/')
+    return nullptr;
+  return std::make_shared<URLFile>(path);
+}
+
+std::string URLFile::toString() const {
+  return "file://" + percentCoded(absolutePath());
+}
+
+std::unique_ptr<std::istream> URLFile::open() const {
+  const std::string path = absolutePath();
+  check(path);
+  auto stream = std::make_unique<std::ifstream>(path, std::ios::binary);
+  if (!*stream)
+    throw Exception("Cannot open " + path);
+  return stream;
+}
+
+std::shared_ptr<const URLImpl> URLFile::resolve(const std::string& reference) const {
+  if (reference[0] == '/')
+    return std::make_shared<URLFile>(reference);
+  const std::string own = absolutePath();
+  std::string_view rest = reference;
+  while (rest.size() > 2 && rest.substr(0, 2) == "./")
+    rest.remove_prefix(2);
+  return std::make_shared<URLFile>(own.substr(0, own.rfind('/') + 1) + std::string(rest));
+}
+
+std::string URLFile::absolutePath() const {
+  if (!path_.empty() && path_[0] == '/')
+    return path_;
+  std::error_code error;
+  std::string directory = std::filesystem::current_path(error).string();
+  if (error)
+    throw Exception("No working directory: " + error.message());
+  if (directory.back() != '/')
+    directory += '/';
+  return directory + (path_ == "./" ? std::string() : path_);
+}
+
+} // namespace Pelorn

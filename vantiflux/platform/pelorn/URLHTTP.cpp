@@ -1,0 +1,98 @@
+#include <vantiflux/platform/pelorn/URLHTTP.h>
+
+#include <curl/curl.h>
+#include <mutex>
+#include <new>
+#include <sstream>
+#include <utility>
+#include <vantiflux/platform/pelorn/CurlURL.h>
+
+namespace Pelorn {
+
+namespace {
+
+void initialiseCurl() {
+  static std::once_flag once;
+  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
+
+/// The URL without user name and password, for messages.
+std::string shown(const std::string& url) {
+  const CurlURL parsed(url);
+  std::string host, path;
+  return parsed.get(CURLUPART_HOST, host) && parsed.get(CURLUPART_PATH, path) ? host + path : "URL";
+}
+
+/// Called by the library with a piece of the document; a result other than the size ends the transfer. No exception may
+/// leave it.
+std::size_t append(char* data, std::size_t, std::size_t size, void* target) noexcept {
+  auto& document = *static_cast<std::string*>(target);
+  if (size > URLImpl::maxDocument - document.size())
+    return 0;
+  try {
+    document.append(data, size);
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+  return size;
+}
+
+CURLcode transfer(CURL* handle, const std::string& url, std::string& document) {
+  curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
+  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+  curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
+  curl_easy_setopt(handle, CURLOPT_MAXREDIRS, 5L);
+  curl_easy_setopt(handle, CURLOPT_FAILONERROR, 1L);
+  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, 10L);
+  curl_easy_setopt(handle, CURLOPT_TIMEOUT, 60L);
+  curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(URLImpl::maxDocument));
+  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, append);
+  curl_easy_setopt(handle, CURLOPT_WRITEDATA, &document);
+  return curl_easy_perform(handle);
+}
+
+} // namespace
+
+URLHTTP::URLHTTP(std::string url) : url_(std::move(url)) {}
+
+URLHTTP::~URLHTTP() = default;
+
+std::shared_ptr<const URLHTTP> URLHTTP::parse(const std::string& url) {
+  const CurlURL parsed(url);
+  std::string scheme, host, whole;
+  if (!parsed.get(CURLUPART_SCHEME, scheme) || (scheme != "http" && scheme != "https") ||
+      !parsed.get(CURLUPART_HOST, host) || host.empty() || !parsed.get(CURLUPART_URL, whole))
+    return nullptr;
+  return std::shared_ptr<const URLHTTP>(new URLHTTP(whole));
+}
+
+std::shared_ptr<const URLImpl> URLHTTP::resolve(const std::string& reference) const {
+  CurlURL parsed(url_);
+  std::string whole;
+  if (!parsed.resolve(reference) || !parsed.get(CURLUPART_URL, whole))
+    return nullptr;
+  return parse(whole);
+}
+
+std::unique_ptr<std::istream> URLHTTP::open() const {
+  initialiseCurl();
+  const std::unique_ptr<CURL, void (*)(CURL*)> handle(curl_easy_init(), curl_easy_cleanup);
+  if (!handle)
+    throw std::bad_alloc();
+  std::string document;
+  const CURLcode result = transfer(handle.get(), url_, document);
+  if (result == CURLE_WRITE_ERROR || result == CURLE_FILESIZE_EXCEEDED)
+    throw Exception("Cannot load " + shown(url_) + ": longer than " + std::to_string(maxDocument) + " bytes");
+  if (result == CURLE_HTTP_RETURNED_ERROR) {
+    long status = 0;
+    curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);
+    throw Exception("Cannot load " + shown(url_) + ": status " + std::to_string(status));
+  }
+  if (result != CURLE_OK)
+    throw Exception("Cannot load " + shown(url_) + ": " + curl_easy_strerror(result));
+  return std::make_unique<std::istringstream>(std::move(document), std::ios::in | std::ios::binary);
+}
+
+} // namespace Pelorn

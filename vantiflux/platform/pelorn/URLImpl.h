@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstddef>
+#include <istream>
+#include <memory>
+#include <string>
+#include <vantiflux/Export.h>
+#include <vantiflux/platform/pelorn/Exception.h>
+
+namespace Pelorn {
+
+class URL;
+
+/// What stands behind a `URL`: one kind of place. The kinds are `file`, `http` and `https`. Immutable.
+class VANTIFLUX_API URLImpl {
+public:
+  class VANTIFLUX_API Exception : public Pelorn::Exception {
+  public:
+    using Pelorn::Exception::Exception;
+    ~Exception() override;
+  };
+
+  /// The greatest document that is read over the network or from a file, in bytes.
+  static constexpr std::size_t maxDocument = std::size_t{64} << 20;
+
+  virtual ~URLImpl();
+  URLImpl(const URLImpl&) = delete;
+  URLImpl& operator=(const URLImpl&) = delete;
+
+  /// Reads an absolute URL, or a reference relative to `base`, or (with a file or nothing as the base) the path of a
+  /// file. Null when it is empty, malformed, of an unknown kind, or names another host's file.
+  ///
+  /// A path is taken as it is: `%`, `?`, `#` and blanks are characters of its name, and a colon before the first slash
+  /// must be hidden by "./", since it would end the name of a kind. It is resolved against the base's folder (the base
+  /// itself if it ends in a slash), or against the working directory of this moment. In a URL, special characters are
+  /// percent-coded; bare blanks are tolerated.
+  static std::shared_ptr<const URLImpl> create(const std::string& text, const URL& base);
+
+  /// The absolute form, special characters percent-coded.
+  virtual std::string toString() const = 0;
+  /// The whole document from the beginning. Throws `Exception`. May block as the kind states.
+  virtual std::unique_ptr<std::istream> open() const = 0;
+  /// A reference without a kind of its own, relative to this place; null when malformed.
+  virtual std::shared_ptr<const URLImpl> resolve(const std::string& reference) const = 0;
+
+protected:
+  URLImpl();
+};
+
+} // namespace Pelorn
