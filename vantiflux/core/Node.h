@@ -32,7 +32,7 @@ namespace Vantiflux {
 /// *Failure.* A node does not throw for trouble with its device: it sets Error and a short text, and adds to its log.
 class VANTIFLUX_API Node : public Namespace, public BasicOutSlot::Listener, public BasicInSlot::Listener {
 public:
-  enum State { Running = 0, Sleeping = 1, Error = 2, Disabled = 3 };
+  enum State : int { Running = 0, Sleeping = 1, Error = 2, Disabled = 3 };
 
   Node();
   ~Node() override;

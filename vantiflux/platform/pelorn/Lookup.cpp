@@ -86,10 +86,13 @@ std::string reverse(const InetAddress& address) {
 } // namespace
 
 InetAddress lookUpAddress(const std::string& name, const Deadline& deadline, const Notifier* stop) {
+  if (name.empty() || name.size() > NI_MAXHOST || name.find('\0') != std::string::npos)
+    return {};
   in_addr native{};
   if (::inet_pton(AF_INET, name.c_str(), &native) == 1)
     return InetAddress(ntohl(native.s_addr));
-  if (name.empty() || name.size() > NI_MAXHOST || name.find('\0') != std::string::npos)
+  // The system would make something of an incomplete number.
+  if (name.find_first_not_of("0123456789.") == std::string::npos)
     return {};
   return inBackground<InetAddress>([name] { return resolve(name); }, deadline, stop);
 }

@@ -20,7 +20,8 @@ public:
   static URL parse(const std::string& text, const URL& base = URL());
 
   bool empty() const noexcept { return impl_ == nullptr; }
-  /// The absolute form with special characters coded, empty for the empty URL. Parsing it again gives an equal URL.
+  /// The absolute form with special characters coded, empty for the empty URL. Parsing it
+  /// gives the same place.
   std::string toString() const;
 
   /// The document as a stream, from the beginning. The empty URL stands for `URLFile::_cwd`. Throws

@@ -1,10 +1,13 @@
 #include <vantiflux/platform/pelorn/URLFile.h>
 
 #include <cerrno>
+#include <climits>
 #include <curl/curl.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <new>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
@@ -63,11 +66,18 @@ URLFile::~URLFile() = default;
 
 std::shared_ptr<const URLFile> URLFile::parse(const std::string& url) {
   const CurlURL parsed(url);
-  std::string path;
-  // Decoded by the library, which refuses coded control characters, a NUL among them, and hosts other than this one.
-  if (!parsed.valid() || !parsed.get(CURLUPART_PATH, path, CURLU_URLDECODE) || path.empty() || path[0] != '/')
+  std::string coded;
+  if (!parsed.get(CURLUPART_PATH, coded) || coded.size() > 3 * PATH_MAX)
     return nullptr;
-  return std::make_shared<URLFile>(path);
+  int length = 0;
+  const std::unique_ptr<char, void (*)(void*)> decoded(
+      curl_easy_unescape(nullptr, coded.c_str(), static_cast<int>(coded.size()), &length), curl_free);
+  if (!decoded)
+    throw std::bad_alloc();
+  std::string path(decoded.get(), static_cast<std::size_t>(length));
+  if (path.empty() || path[0] != '/' || path.find('\0') != std::string::npos)
+    return nullptr;
+  return std::make_shared<URLFile>(std::move(path));
 }
 
 std::string URLFile::toString() const {
