@@ -25,7 +25,7 @@ failed=0
 run_tests() {
   local preset=$1 log=build/$1/ctest.log status=0
   shift
-  "$@" ctest --preset "$preset" --progress 2>&1 | tee "$log" || status=$?
+  "$@" ctest --preset "$preset" 2>&1 | tee "$log" || status=$?
   local counts
   counts=$(sed -n 's/.*% tests passed, \([0-9]*\) tests failed out of \([0-9]*\)$/\1 \2/p' "$log")
   [[ -n $counts ]] || return 1
@@ -62,6 +62,7 @@ step "Tests (asan)" run_tests asan
 step "Build (tsan)" build_tsan
 step "Tests (tsan)" run_tests tsan "${fixed_layout[@]}"
 step "Build (clang, thread-safety analysis)" build clang
+step "Tests and benches (clang)" run_tests clang
 step "clang-tidy" scripts/tidy.py build/clang "${code_dirs[@]}"
 step "Build (fuzz)" build fuzz
 step "Fuzzing" fuzz
