@@ -17,8 +17,8 @@ using namespace Vantiflux;
 using test::FilterNode;
 using test::SourceNode;
 
-/// Random changes of one tree from many threads, and from the workers' own listeners; changes under the root lock, values
-/// without it. Ends with everything removed, and everything that was made must be gone.
+/// Random changes of one tree from many threads, and from the workers' own listeners; changes under the root lock,
+/// values without it. Ends with everything removed, and everything that was made must be gone.
 class Stress {
 public:
   explicit Stress(unsigned seed) : seed_(seed) {

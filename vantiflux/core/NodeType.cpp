@@ -11,7 +11,9 @@ namespace Vantiflux {
 
 namespace {
 
-std::string textOf(const char* text) { return text == nullptr ? std::string() : text; }
+std::string textOf(const char* text) {
+  return text == nullptr ? std::string() : text;
+}
 
 } // namespace
 
@@ -47,7 +49,9 @@ Field* NodeType::getField(const std::string& name) const {
   return found == fieldsByName_.end() ? nullptr : found->second;
 }
 
-std::unique_ptr<Node> NodeType::create() const { return std::unique_ptr<Node>(create_()); }
+std::unique_ptr<Node> NodeType::create() const {
+  return std::unique_ptr<Node>(create_());
+}
 
 NodeType* NodeType::internalFindType(const std::string& name) {
   if (types_ == nullptr)

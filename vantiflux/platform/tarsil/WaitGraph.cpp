@@ -17,7 +17,8 @@ ThreadId WaitGraph::owner(const Mutex& mutex) {
 }
 
 Waiter* WaitGraph::find(ThreadId thread) {
-  const auto found = std::find_if(waiters_.begin(), waiters_.end(), [&](const Waiter* w) { return w->thread == thread; });
+  const auto found =
+      std::find_if(waiters_.begin(), waiters_.end(), [&](const Waiter* w) { return w->thread == thread; });
   return found == waiters_.end() ? nullptr : *found;
 }
 
@@ -90,9 +91,8 @@ void WaitGraph::unlock(Mutex& mutex) {
     }
     return;
   }
-  const auto next = std::find_if(waiters_.begin(), waiters_.end(), [&](const Waiter* w) {
-    return w->mutex == &mutex && w->leases.empty();
-  });
+  const auto next = std::find_if(waiters_.begin(), waiters_.end(),
+                                 [&](const Waiter* w) { return w->mutex == &mutex && w->leases.empty(); });
   if (next == waiters_.end()) {
     const bool waited =
         std::any_of(waiters_.begin(), waiters_.end(), [&](const Waiter* w) { return w->mutex == &mutex; });

@@ -34,7 +34,7 @@ struct Waiter {
   Mutex* mutex = nullptr;   ///< what it waits for: a mutex,
   ThreadRun* run = nullptr; ///< or the end of a run
   enum class State : std::uint8_t { Asleep, Granted, Abandoned } state = State::Asleep;
-  bool passedOver = false; ///< woke once in vain: the next unlock hands the mutex over
+  bool passedOver = false;                      ///< woke once in vain: the next unlock hands the mutex over
   std::vector<std::unique_ptr<Lease>> leases{}; ///< until they are returned it does not go on
   std::atomic<std::uint32_t> wake{0};
 };
