@@ -43,10 +43,10 @@ public:
           change(random);
         --left;
       });
-    for (std::size_t i = 0; i < outs_.size(); ++i)
-      threads.emplace_back([&, i] {
+    for (auto& out : outs_)
+      threads.emplace_back([&] {
         while (left != 0) {
-          outs_[i].push(1.0F);
+          out.push(1.0F);
           std::this_thread::yield();
         }
       });

@@ -15,7 +15,7 @@
 namespace Vantiflux {
 
 template <class T>
-class OutSlot;
+class VANTIFLUX_API OutSlot;
 
 /// Receives values of one type. Holds one value, the latest: a value that nobody took is overwritten.
 ///

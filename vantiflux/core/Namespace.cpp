@@ -146,7 +146,7 @@ const std::string& Namespace::addNamespace(const std::string& label, std::unique
     return none;
   const Change change(*this);
   Namespace& added = *child;
-  const Change childChange(added);
+  const Pin childPin(added);
   added.label_ = createUniqueLabel(label);
   added.parent_ = this;
   children_.emplace(Labels::lower(added.label_), std::move(child));

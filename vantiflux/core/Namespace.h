@@ -205,6 +205,18 @@ private:
   friend class NodeWorker;
   friend class Restructuring;
 
+  /// Keeps another namespace alive for the length of a scope.
+  class Pin {
+  public:
+    explicit Pin(Namespace& pinned) : pinned_(pinned) { pinned_.pin(); }
+    ~Pin() { pinned_.unpin(); }
+    Pin(const Pin&) = delete;
+    Pin& operator=(const Pin&) = delete;
+
+  private:
+    Namespace& pinned_;
+  };
+
   class Phase;
   template <class BasicSlot>
   struct Side;

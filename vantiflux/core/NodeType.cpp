@@ -53,14 +53,14 @@ std::unique_ptr<Node> NodeType::create() const {
   return std::unique_ptr<Node>(create_());
 }
 
-NodeType* NodeType::internalFindType(std::string name) {
+NodeType* NodeType::internalFindType(const std::string& name) {
   if (types_ == nullptr)
     return nullptr;
   const auto found = types_->find(Labels::lower(name));
   return found == types_->end() ? nullptr : found->second;
 }
 
-NodeType* NodeType::findType(std::string name) {
+NodeType* NodeType::findType(const std::string& name) {
   if (NodeType* const type = internalFindType(name))
     return type;
   const std::string library =

@@ -43,9 +43,9 @@ public:
 
   /// The type of that name in any case; null if it is not registered and no plug-in has it. A plug-in for a type Foo is
   /// a library Foo.vfx or libFoo.so where Tarsil::DynamicLibrary::load looks.
-  static NodeType* findType(std::string name);
+  static NodeType* findType(const std::string& name);
   /// The same without loading.
-  static NodeType* internalFindType(std::string name);
+  static NodeType* internalFindType(const std::string& name);
   /// Loads a library, which stays until the root is destroyed. Returns false if it cannot be loaded.
   static bool loadLib(const std::string& file);
   /// Throws InvalidNodeException for an unknown type.

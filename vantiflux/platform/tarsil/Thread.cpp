@@ -44,7 +44,7 @@ bool Thread::start() {
   }
 }
 
-void Thread::enter(Thread* thread, std::shared_ptr<Run> run) {
+void Thread::enter(Thread* thread, const std::shared_ptr<Run>& run) {
   WaitGraph::the().begin(run->seen, thisThread());
   try {
     thread->main();
