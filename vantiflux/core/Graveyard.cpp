@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <vantiflux/core/Namespace.h>
+#include <vantiflux/core/Root.h>
 
 namespace Vantiflux {
 
@@ -33,6 +34,9 @@ void destroy(Namespace* corpse) {
 
 std::atomic<int> Graveyard::occupied_{0};
 
+// Who has lent the root lock counts on his pointers when he gets it back.
+bool Graveyard::isInUse(const Namespace& corpse) { return Root::mutex().isLent() || corpse.isInUse(); }
+
 void Graveyard::bury(Namespace* corpse) {
   try {
     corpse->disable();
@@ -43,7 +47,7 @@ void Graveyard::bury(Namespace* corpse) {
     const TreeLock lock;
     corpse->parent_ = nullptr;
   }
-  if (!corpse->isInUse())
+  if (!isInUse(*corpse))
     return destroy(corpse);
   {
     const std::lock_guard guard(corpses().lock);
@@ -60,7 +64,7 @@ void Graveyard::collect() {
       const TreeLock tree;
       const std::lock_guard guard(corpses().lock);
       std::vector<Namespace*>& list = corpses().list;
-      const auto found = std::find_if(list.begin(), list.end(), [](Namespace* c) { return !c->isInUse(); });
+      const auto found = std::find_if(list.begin(), list.end(), [](const Namespace* c) { return !isInUse(*c); });
       if (found == list.end())
         return;
       corpse = *found;

@@ -26,6 +26,7 @@ public:
 
 private:
   static void collect();
+  static bool isInUse(const Namespace& corpse);
 
   static std::atomic<int> occupied_; ///< how many wait
 };

@@ -1,5 +1,7 @@
 #include <vantiflux/core/Root.h>
 
+#include <vantiflux/core/Graveyard.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <new>

@@ -60,6 +60,7 @@ public:
 
 private:
   friend struct RootHolder;
+  friend class Graveyard;
   friend class Node;
 
   Root();
