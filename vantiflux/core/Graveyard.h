@@ -26,7 +26,8 @@ public:
 
 private:
   static void collect();
-  static bool isInUse(const Namespace& corpse);
+  struct Yard;
+  static Yard& yard();
 
   static std::atomic<int> occupied_; ///< how many wait
 };

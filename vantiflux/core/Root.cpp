@@ -9,6 +9,7 @@
 
 namespace Vantiflux {
 
+constinit std::atomic<std::uint64_t> Root::releases_{0};
 constinit Root* Root::the_ = nullptr;
 constinit bool Root::initialized_ = false;
 
@@ -71,6 +72,8 @@ void Root::writeLock() {
 }
 
 void Root::unlock() {
+  if (mutex().isLastLock())
+    releases_.fetch_add(1, std::memory_order_seq_cst);
   mutex().unlock();
 }
 
