@@ -80,7 +80,7 @@ protected:
   void publishSlots();
 
 private:
-  static constexpr std::size_t logCapacity = 20;
+  static constexpr std::uint32_t logCapacity = 20;
 
   void slotStarted();
   void slotStopped();
