@@ -254,6 +254,7 @@ private:
   mutable SlotTable<BasicOutSlot> outSlots_;
   mutable SlotTable<BasicInSlot> inSlots_;
   std::list<ExternalRoute> externalRoutes_;
+  std::unordered_map<std::string, std::list<ExternalRoute>::iterator> externalByKey_; ///< by both patterns
   PatternIndex<ExternalRoute> externalByInternal_;
   RouteTable routes_;
   std::map<std::string, std::unique_ptr<Namespace>> children_;    ///< by lower-cased label

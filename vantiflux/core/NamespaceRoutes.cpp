@@ -2,12 +2,23 @@
 #include <vantiflux/core/Namespace.h>
 #include <vantiflux/core/NamespaceSide.h>
 
-#include <algorithm>
+#include <iterator>
 
 #include <vantiflux/core/Labels.h>
 #include <vantiflux/core/Restructuring.h>
 
 namespace Vantiflux {
+
+namespace {
+
+std::string keyOf(const std::string& internal, const std::string& external) {
+  std::string key = Labels::lower(internal);
+  key += '\0';
+  key += Labels::lower(external);
+  return key;
+}
+
+} // namespace
 
 void Namespace::addRoute(const std::string& from, const std::string& to) {
   const Change change(*this);
@@ -108,6 +119,7 @@ void Namespace::addExternalRoute(const std::string& internal, const std::string&
     return;
   Restructuring::run([&] {
     ExternalRoute& route = externalRoutes_.emplace_back(internal, external, *this);
+    externalByKey_.emplace(keyOf(internal, external), std::prev(externalRoutes_.end()));
     externalByInternal_.add(Labels::lower(internal), &route);
     setDirty(true);
     if (enabled_)
@@ -121,13 +133,14 @@ void Namespace::removeExternalRoute(const std::string& internal, const std::stri
 }
 
 bool Namespace::dropExternalRoute(const ExternalRoute* route) {
-  const auto at = std::find_if(externalRoutes_.begin(), externalRoutes_.end(),
-                               [&](const ExternalRoute& candidate) { return &candidate == route; });
-  if (at == externalRoutes_.end())
+  if (route == nullptr)
     return false;
+  const auto found = externalByKey_.find(keyOf(route->getInternal(), route->getExternal()));
+  const auto at = found->second;
   if (enabled_)
     publish(*route, false);
   externalByInternal_.erase(Labels::lower(route->getInternal()), route);
+  externalByKey_.erase(found);
   externalRoutes_.erase(at);
   setDirty(true);
   return true;
@@ -135,11 +148,8 @@ bool Namespace::dropExternalRoute(const ExternalRoute* route) {
 
 const ExternalRoute* Namespace::findExternalRoute(const std::string& internal, const std::string& external) const {
   const TreeLock lock;
-  const auto equal = [](const std::string& a, const std::string& b) { return Labels::lower(a) == Labels::lower(b); };
-  const auto at = std::find_if(externalRoutes_.begin(), externalRoutes_.end(), [&](const ExternalRoute& route) {
-    return equal(route.getInternal(), internal) && equal(route.getExternal(), external);
-  });
-  return at == externalRoutes_.end() ? nullptr : &*at;
+  const auto found = externalByKey_.find(keyOf(internal, external));
+  return found == externalByKey_.end() ? nullptr : &*found->second;
 }
 
 void Namespace::clearExternalRoutes() {

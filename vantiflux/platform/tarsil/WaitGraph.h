@@ -60,6 +60,7 @@ private:
   using Ring = std::vector<Waiter*>;
 
   bool acquireOrMark(Mutex& mutex, Waiter& waiter);
+  void giveBack(Mutex& mutex);
   void sleep(Waiter& waiter, std::unique_lock<std::mutex>& guard);
   void breakRings(Waiter& waiter);
   bool findRing(Waiter& from, ThreadId to, Ring& ring);
