@@ -11,17 +11,17 @@
 
 namespace Vantiflux {
 
-namespace {
-
-struct Corpses {
-  std::mutex lock; // guards the list
+struct Graveyard::Yard {
+  std::mutex lock; ///< guards the list
   std::vector<Namespace*> list;
 };
 
-Corpses& corpses() {
-  static auto* const the = new Corpses; // never destroyed: threads may outlive static destruction
+Graveyard::Yard& Graveyard::yard() {
+  static auto* const the = new Yard; // never destroyed: threads may outlive static destruction
   return *the;
 }
+
+namespace {
 
 void destroy(Namespace* corpse) {
   void* const memory = dynamic_cast<void*>(corpse);
@@ -42,12 +42,13 @@ void Graveyard::bury(Namespace* corpse) {
   {
     const TreeLock lock;
     corpse->parent_ = nullptr;
+    corpse->keepForLender();
   }
   if (!corpse->isInUse())
     return destroy(corpse);
   {
-    const std::lock_guard guard(corpses().lock);
-    corpses().list.push_back(corpse);
+    const std::lock_guard guard(yard().lock);
+    yard().list.push_back(corpse);
     occupied_.fetch_add(1, std::memory_order_seq_cst);
   }
   collect(); // who left it a moment ago may not have seen it here
@@ -58,9 +59,9 @@ void Graveyard::collect() {
     Namespace* corpse = nullptr;
     {
       const TreeLock tree;
-      const std::lock_guard guard(corpses().lock);
-      std::vector<Namespace*>& list = corpses().list;
-      const auto found = std::find_if(list.begin(), list.end(), [](Namespace* c) { return !c->isInUse(); });
+      const std::lock_guard guard(yard().lock);
+      std::vector<Namespace*>& list = yard().list;
+      const auto found = std::find_if(list.begin(), list.end(), [](const Namespace* c) { return !c->isInUse(); });
       if (found == list.end())
         return;
       corpse = *found;

@@ -26,6 +26,8 @@ public:
 
 private:
   static void collect();
+  struct Yard;
+  static Yard& yard();
 
   static std::atomic<int> occupied_; ///< how many wait
 };

@@ -4,6 +4,7 @@
 #include <vantiflux/core/Labels.h>
 #include <vantiflux/core/Node.h>
 #include <vantiflux/core/Restructuring.h>
+#include <vantiflux/core/Root.h>
 
 namespace Vantiflux {
 
@@ -55,6 +56,8 @@ bool Namespace::isInUse() const {
   if (pins_.load(std::memory_order_seq_cst) != 0)
     return true;
   const TreeLock lock;
+  if (Root::releases_.load(std::memory_order_seq_cst) < keptUntil_)
+    return true;
   for (const LabeledOutSlot& entry : outSlots_.entries())
     if (entry.slot->isInUse())
       return true;
@@ -62,6 +65,15 @@ bool Namespace::isInUse() const {
     if (entry.slot->isInUse())
       return true;
   return false;
+}
+
+// What is asked for from inside, by something that `initialize`, `shutdown` or a child calls back, takes effect when
+// the operation under way is through.
+// Who has lent the root lock counts on his pointers when he gets it back: what a borrower takes out of the tree is kept
+// until the lock is released.
+void Namespace::keepForLender() {
+  if (Root::mutex().isLent())
+    keptUntil_ = Root::releases_.load(std::memory_order_seq_cst) + 1;
 }
 
 // What is asked for from inside, by something that `initialize`, `shutdown` or a child calls back, takes effect when
@@ -174,6 +186,7 @@ std::unique_ptr<Namespace> Namespace::takeChild(const std::string& key) {
     return nullptr;
   std::unique_ptr<Namespace> child = std::move(found->second);
   children_.erase(found);
+  child->keepForLender();
   labelCounts_.clear();
   return child;
 }

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <concepts>
+#include <cstdint>
 #include <functional>
 #include <list>
 #include <map>
@@ -243,6 +244,7 @@ private:
   std::unique_ptr<Namespace> takeChild(const std::string& key);
   std::string unknownChild(const std::string& label) const;
   bool isInUse() const;
+  void keepForLender();
 
   // All members but the last four are guarded by the lock of structure; the two flags are also read without it.
   Namespace* parent_ = nullptr;
@@ -261,6 +263,8 @@ private:
   mutable std::unordered_map<std::string, unsigned> labelCounts_; ///< by label asked for: numbers below are taken
   std::atomic<bool> dirty_{false};
   ListenerSet<Listener> listeners_;
+
+  std::uint64_t keptUntil_ = 0; ///< how often the root lock must have been released before this may be destroyed
 
   std::atomic<int> pins_{0};      ///< users that the object must outlive
   mutable std::mutex valuesLock_; ///< innermost; guards the next two

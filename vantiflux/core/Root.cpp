@@ -1,5 +1,7 @@
 #include <vantiflux/core/Root.h>
 
+#include <vantiflux/core/Graveyard.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -7,6 +9,7 @@
 
 namespace Vantiflux {
 
+constinit std::atomic<std::uint64_t> Root::releases_{0};
 constinit Root* Root::the_ = nullptr;
 constinit bool Root::initialized_ = false;
 
@@ -69,6 +72,8 @@ void Root::writeLock() {
 }
 
 void Root::unlock() {
+  if (mutex().isLastLock())
+    releases_.fetch_add(1, std::memory_order_seq_cst);
   mutex().unlock();
 }
 

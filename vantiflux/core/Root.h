@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -60,6 +62,7 @@ public:
 
 private:
   friend struct RootHolder;
+  friend class Namespace;
   friend class Node;
 
   Root();
@@ -71,6 +74,8 @@ private:
   static Tarsil::Mutex& mutex() noexcept;
   [[noreturn]] static void failUninitialized();
 
+  /// How often the root lock has been released to anybody.
+  static std::atomic<std::uint64_t> releases_;
   static Root* the_;
   static bool initialized_;
 

@@ -41,7 +41,7 @@ public:
 
   /// Whether a delivery or a call of listeners is under way on some thread, this one included.
   bool isInUse() const noexcept {
-    return uses_.load(std::memory_order_seq_cst) != 0 || dataMutex_.isLocked() || listenersMutex_.isLocked();
+    return uses_.load(std::memory_order_seq_cst) != 0 || dataMutex_.isInUse() || listenersMutex_.isInUse();
   }
 
 protected:

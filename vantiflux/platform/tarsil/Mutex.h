@@ -62,6 +62,12 @@ public:
 
   /// Whether any thread owns the mutex now; true at once for the thread that owns it, a snapshot for all others.
   bool isLocked() const noexcept { return (word_.load(std::memory_order_seq_cst) & ~contended) != 0; }
+  /// Whether any thread owns the mutex or waits for it; a snapshot.
+  bool isInUse() const noexcept { return word_.load(std::memory_order_seq_cst) != 0; }
+  /// Whether its owner has lent it, now or further out.
+  bool isLent() const noexcept { return lease_.load(std::memory_order_seq_cst) != nullptr; }
+  /// For the owner: whether the next `unlock` releases the mutex to anybody who wants it.
+  bool isLastLock() const noexcept { return depth_ == 0 && !isLent(); }
   bool isLockedByThisThread() const noexcept {
     return (word_.load(std::memory_order_relaxed) & ~contended) == thisThread();
   }
@@ -78,7 +84,7 @@ private:
   std::atomic<std::uintptr_t> word_{0}; ///< owner's ThreadId or 0, and the contended bit
   std::uint32_t depth_ = 0;             ///< locks beyond the first; the owner's
   const Kind kind_;
-  Lease* lease_ = nullptr; ///< to whom the mutex goes back, innermost first; guarded by the wait graph's lock
+  std::atomic<Lease*> lease_{nullptr}; ///< to whom it goes back, innermost first; written under the wait graph's lock
 };
 
 /// Holds a mutex for the length of a scope.

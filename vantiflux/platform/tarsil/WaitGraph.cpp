@@ -234,7 +234,7 @@ bool WaitGraph::lend(Waiter& to, Waiter* lender) {
   if (!to.leases.empty()) // it must get its own back before it goes on
     return false;
   Mutex& mutex = *to.mutex;
-  lender->leases.push_back(std::make_unique<Lease>(Lease{&mutex, lender, mutex.depth_, mutex.lease_}));
+  lender->leases.push_back(std::make_unique<Lease>(Lease{&mutex, lender, mutex.depth_, mutex.lease_.load()}));
   mutex.lease_ = lender->leases.back().get();
   mutex.depth_ = 0;
   mutex.word_.store(to.thread | Mutex::contended, std::memory_order_release);
