@@ -11,6 +11,8 @@ rm -rf "$work"
 cmake --install "$build" --prefix "$work/staged" >/dev/null
 mv "$work/staged" "$work/prefix"
 
+"$work/prefix/bin/vantiflux" types | grep -q '^Clock '
+
 cmake -S tests/package -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_STANDARD=20 >/dev/null
 cmake --build "$work/cmake"
 "$work/cmake/consumer"

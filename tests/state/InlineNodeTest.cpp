@@ -76,7 +76,7 @@ TEST_F(Inline, ResolvesItsURLAgainstTheFileItStandsIn) {
 
 TEST_F(Inline, EndsInErrorWithoutAURLThatCanBeOpened) {
   for (const std::string& url : {std::string(), (folder.path() / "absent.vfx").string(), std::string("gopher://x/"),
-                                folder.path().string(), std::string("file://elsewhere/x"), std::string("http://")}) {
+                                 folder.path().string(), std::string("file://elsewhere/x"), std::string("http://")}) {
     InlineNode& node = include(url);
     EXPECT_EQ(Node::Error, node.getState()) << url;
     EXPECT_TRUE(node.enabled()) << url;

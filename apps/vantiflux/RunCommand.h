@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Host {
+
+struct RunOptions {
+  std::string file;                 ///< the tree to load; empty for none
+  std::vector<std::string> watched; ///< label patterns
+  std::string saveOnExit;           ///< where to save the tree at the end; empty for nowhere
+};
+
+/// Loads the tree, runs it until SIGINT or SIGTERM, prints watched values meanwhile. Needs to be called before the
+/// process has threads, because it decides which of them get signals. Throws what loading and saving throw; the tree is
+/// empty afterwards in any case.
+void runTree(const RunOptions& options);
+
+} // namespace Host
