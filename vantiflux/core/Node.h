@@ -15,15 +15,16 @@
 
 namespace Vantiflux {
 
-/// A namespace that does work: a device driver, a filter, a service. It runs only while one of its slots is in use, has a
-/// state that people can read, and is configured through the fields of its type.
+/// A namespace that does work: a device driver, a filter, a service. It runs only while one of its slots is in use, has
+/// a state that people can read, and is configured through the fields of its type.
 ///
-/// A node's constructor makes its slots, registers the node as listener on each slot that is to make it run, adds them
-/// with `addOutSlot` and `addInSlot`, and publishes them with `publishSlots`. A filter overrides `newData`, which runs in
-/// the writer's thread. A device has a worker thread: ThreadedNode, or a NodeWorker of its own.
+/// A node's constructor makes its slots, adds each with `attachSlot`, which registers the node as the slot's listener
+/// (or with `addOutSlot` and `addInSlot`, if the slot is not to make the node run), and publishes them with
+/// `publishSlots`. A filter overrides `newData`, which runs in the writer's thread. A device has a worker thread:
+/// ThreadedNode, or a NodeWorker of its own.
 ///
-/// *States.* Sleeping when made and when initialised; Running and Sleeping as the node itself says; Error when it failed,
-/// with the reason in the short info; Disabled after `shutdown`.
+/// *States.* Sleeping when made and when initialised; Running and Sleeping as the node itself says; Error when it
+/// failed, with the reason in the short info; Disabled after `shutdown`.
 ///
 /// *Threads.* State, short info and log have a mutex of their own, innermost and never held while anything is called: a
 /// worker reports at any time, also while it is being stopped. `start` and `stop` are called with the lock of structure
@@ -75,6 +76,10 @@ public:
 protected:
   void initialize() override;
   void shutdown() override;
+
+  /// Adds a slot of the node's own, and registers the node as its listener, so that the node runs while it is in use.
+  void attachSlot(const std::string& label, BasicOutSlot& slot);
+  void attachSlot(const std::string& label, BasicInSlot& slot);
 
   /// Adds the external route that publishes all slots in the parent as "label of the node/label of the slot".
   void publishSlots();
