@@ -31,3 +31,8 @@ if(VANTIFLUX_SANITIZE)
     -fsanitize=${VANTIFLUX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(vantiflux_options INTERFACE -fsanitize=${VANTIFLUX_SANITIZE})
 endif()
+if(VANTIFLUX_FUZZ AND VANTIFLUX_SANITIZE)
+  # Coverage in the library as well, or the fuzzer is blind.
+  target_compile_options(vantiflux_options INTERFACE -fsanitize=fuzzer-no-link)
+  target_link_options(vantiflux_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()

@@ -150,13 +150,12 @@ TEST(Hazard, AListenerThatWantsTheRootLockDoesNotHoldUpAStop) {
     std::atomic<bool> wants{false};
     Scene scene([&] {
       wants = true;
-      const Root::WriteLock lock;
+      { const Root::WriteLock lock; }
+      wants = false;
     });
     scene.go();
-    waitFor([&] { return wants.load(); });
     {
       const Root::WriteLock lock;
-      wants = false;
       waitFor([&] { return wants.load(); });
       if (round % 3 == 0)
         scene.ns.removeRoute("s/Out", "reader");

@@ -17,7 +17,9 @@ struct Recorder : Namespace::Listener {
   void outSlotRemoved(Namespace&, const std::string& label, BasicOutSlot*) override { text += "-o:" + label + " "; }
   void inSlotAdded(Namespace&, const std::string& label, BasicInSlot*) override { text += "+i:" + label + " "; }
   void inSlotRemoved(Namespace&, const std::string& label, BasicInSlot*) override { text += "-i:" + label + " "; }
-  void routeAdded(Namespace&, const std::string& f, const std::string& t) override { text += "+r:" + f + ">" + t + " "; }
+  void routeAdded(Namespace&, const std::string& f, const std::string& t) override {
+    text += "+r:" + f + ">" + t + " ";
+  }
   void routeRemoved(Namespace&, const std::string& f, const std::string& t) override {
     text += "-r:" + f + ">" + t + " ";
   }

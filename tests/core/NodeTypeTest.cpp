@@ -51,7 +51,8 @@ Field ConfiguredNode::fields_[] = {
     {"Port", "where", "0", FieldAccessor<N, unsigned short>(&N::setPort, &N::getPort)},
     {"On", "whether", "true", FieldAccessor<N, bool>(&N::setOn, &N::getOn)},
     {"Name", "who", "", FieldAccessor<N, std::string>(&N::setName, &N::getName)},
-    {"Matrix", "how", "1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1", FieldAccessor<N, Matrix4<float>>(&N::setMatrix, &N::getMatrix)},
+    {"Matrix", "how", "1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1",
+     FieldAccessor<N, Matrix4<float>>(&N::setMatrix, &N::getMatrix)},
     {"Scale", "how much", "1", FieldAccessor<N, float>(&N::setScale, &N::getScale)},
 };
 NodeType ConfiguredNode::type_("Configured", &N::create, "Test", "short", nullptr, fields_, std::size(fields_));

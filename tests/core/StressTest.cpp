@@ -17,8 +17,8 @@ using namespace Vantiflux;
 using test::FilterNode;
 using test::SourceNode;
 
-/// Random changes of one tree from many threads, and from the workers' own listeners; changes under the root lock, values
-/// without it. Ends with everything removed, and everything that was made must be gone.
+/// Random changes of one tree from many threads, and from the workers' own listeners; changes under the root lock,
+/// values without it. Ends with everything removed, and everything that was made must be gone.
 class Stress {
 public:
   explicit Stress(unsigned seed) : seed_(seed) {
@@ -43,10 +43,10 @@ public:
           change(random);
         --left;
       });
-    for (std::size_t i = 0; i < outs_.size(); ++i)
-      threads.emplace_back([&, i] {
+    for (auto& out : outs_)
+      threads.emplace_back([&] {
         while (left != 0) {
-          outs_[i].push(1.0F);
+          out.push(1.0F);
           std::this_thread::yield();
         }
       });

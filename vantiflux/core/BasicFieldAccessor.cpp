@@ -13,9 +13,9 @@ void BasicFieldAccessor::string2Value(const std::string& text, bool& value) {
   static const auto& yes = *new std::set<std::string>{"true", "on", "yes", "1", "t", "y"};
   static const auto& no = *new std::set<std::string>{"false", "off", "no", "0", "f", "n"};
   const std::string lowered = Labels::lower(text);
-  if (yes.count(lowered) != 0)
+  if (yes.contains(lowered))
     value = true;
-  else if (no.count(lowered) != 0)
+  else if (no.contains(lowered))
     value = false;
   else
     throw InvalidValueException("Cannot convert \"" + text + "\" to a boolean value");

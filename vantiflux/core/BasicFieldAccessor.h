@@ -17,8 +17,8 @@ class VANTIFLUX_API BasicFieldAccessor {
 public:
   virtual ~BasicFieldAccessor();
 
-  /// Throws InvalidValueException for text that does not parse, leaving the node as it is, and std::bad_cast for a node of
-  /// another class.
+  /// Throws InvalidValueException for text that does not parse, leaving the node as it is, and std::bad_cast for a node
+  /// of another class.
   virtual void set(Node& node, const std::string& text) const = 0;
   virtual std::string get(const Node& node) const = 0;
   /// Whether the node holds the value that the text stands for. Throws as `set`.

@@ -26,6 +26,14 @@ void BasicInSlot::stopInSlot() {
   listeners_.forEach([this](Listener& listener) { listener.stopInSlot(*this); });
 }
 
+void BasicInSlot::announceUse(bool used, bool again) {
+  const bool changed = std::exchange(started_, used) != used;
+  if (used && changed)
+    startInSlot();
+  else if (!used && (changed || again))
+    stopInSlot();
+}
+
 void BasicInSlot::newData() {
   const MutexLock lock(listenersMutex_, Mutex::Wait::Delivery);
   listeners_.forEach([this](Listener& listener) { listener.newData(*this); });

@@ -14,9 +14,9 @@ class BasicOutSlot;
 /// The type-erased form of a slot that receives values.
 class VANTIFLUX_API BasicInSlot : public Slot {
 public:
-  /// Is told what happens to a slot. All calls come with the slot's listeners mutex held: start and stop from the thread
-  /// that connects, `newData` from the thread that pushed the value. A slow listener holds up the writer. Listeners may
-  /// call back, remove slots, routes and nodes, and end the thread that they run on.
+  /// Is told what happens to a slot. All calls come with the slot's listeners mutex held: start and stop from the
+  /// thread that connects, `newData` from the thread that pushed the value. A slow listener holds up the writer.
+  /// Listeners may call back, remove slots, routes and nodes, and end the thread that they run on.
   class VANTIFLUX_API Listener {
   public:
     virtual ~Listener();
@@ -35,8 +35,9 @@ public:
 
   /// Whether there is no value that `pop` has not taken yet.
   virtual bool empty() const = 0;
-  /// Joins this slot with an out-slot of the same value type, once more if they are joined already; null and other types
-  /// are ignored. Holds the lock of structure; starts both slots' listeners and delivers the stored value, if valid.
+  /// Joins this slot with an out-slot of the same value type, once more if they are joined already; null and other
+  /// types are ignored. Holds the lock of structure; starts both slots' listeners and delivers the stored value, if
+  /// valid.
   virtual void connect(BasicOutSlot* slot) = 0;
   /// Takes one connection back. When it returns for the last one, no delivery between the two is under way but those
   /// that this thread itself runs under.
@@ -58,9 +59,14 @@ public:
   void interrupt();
 
 protected:
+  /// Calls the start or stop listeners if the slot has come into use, or gone out of it, since they were called last;
+  /// the stop listeners of an unused slot once more if `again`. Needs the lock of structure.
+  void announceUse(bool used, bool again);
+
   bool interrupted_ = false; ///< guarded by the data mutex
 
 private:
+  bool started_ = false;            ///< what the listeners were told last; guarded by the lock of structure
   ListenerSet<Listener> listeners_; ///< guarded by the listeners mutex
   mutable Tarsil::Semaphore semaphore_;
 };

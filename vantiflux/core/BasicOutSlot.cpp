@@ -26,6 +26,14 @@ void BasicOutSlot::stopOutSlot() {
   listeners_.forEach([this](Listener& listener) { listener.stopOutSlot(*this); });
 }
 
+void BasicOutSlot::announceUse(bool used, bool again) {
+  const bool changed = std::exchange(started_, used) != used;
+  if (used && changed)
+    startOutSlot();
+  else if (!used && (changed || again))
+    stopOutSlot();
+}
+
 void BasicOutSlot::addListener(Listener& listener) {
   const MutexLock lock(listenersMutex_, Mutex::Wait::Yielding);
   listeners_.add(listener);
@@ -37,7 +45,8 @@ void BasicOutSlot::removeListener(Listener& listener) {
 }
 
 void BasicOutSlot::invalidateValue() {
-  // A worker calls this on its way out, perhaps while somebody pushes the slot in a ring of routes: as a delivery would.
+  // A worker calls this on its way out, perhaps while somebody pushes the slot in a ring of routes: as a delivery
+  // would.
   const MutexLock lock(dataMutex_, Mutex::Wait::Delivery);
   valid_ = false;
 }

@@ -5,6 +5,7 @@
 
 #include <vantiflux/Export.h>
 #include <vantiflux/core/ListenerSet.h>
+#include <vantiflux/core/Restructuring.h>
 #include <vantiflux/core/Slot.h>
 
 namespace Vantiflux {
@@ -33,8 +34,8 @@ public:
   /// As in BasicInSlot, seen from the other side.
   virtual void connect(BasicInSlot* slot) = 0;
   virtual void disconnect(BasicInSlot* slot) = 0;
-  /// A new in-slot of the same value type with an empty description: how generic code gets a reader for a slot of a type
-  /// that it does not know.
+  /// A new in-slot of the same value type with an empty description: how generic code gets a reader for a slot of a
+  /// type that it does not know.
   virtual std::unique_ptr<BasicInSlot> createMatchingInSlot() const = 0;
   virtual void startOutSlot();
   virtual void stopOutSlot();
@@ -49,9 +50,17 @@ public:
   void invalidateValue();
 
 protected:
+  friend class Restructuring;
+
+  /// Brings the connection with an in-slot into effect or, if it is no longer there, out of it (see Restructuring).
+  virtual void settle(BasicInSlot& slot, Restructuring::StopAgain again) = 0;
+  /// As in BasicInSlot.
+  void announceUse(bool used, bool again);
+
   bool valid_ = false; ///< the stored value is one that a new connection gets; guarded by the data mutex
 
 private:
+  bool started_ = false;            ///< what the listeners were told last; guarded by the lock of structure
   ListenerSet<Listener> listeners_; ///< guarded by the listeners mutex
 };
 

@@ -10,9 +10,8 @@
 
 namespace Vantiflux {
 
-/// An in-slot that keeps the latest values in a ring, for readers that must not miss one, such as sound playback. A value
-/// that comes to a full ring pushes out the oldest.
-/// *Threads.* As InSlot.
+/// An in-slot that keeps the latest values in a ring, for readers that must not miss one, such as sound playback. A
+/// value that comes to a full ring pushes out the oldest. *Threads.* As InSlot.
 template <class T>
 class VANTIFLUX_API BufferedInSlot : public InSlot<T> {
 public:

@@ -20,8 +20,8 @@ protected:
   Tarsil::Mutex mutex_;
 };
 
-/// The pool of holders behind SmartPtr: a holder whose last reference goes is kept, with its value, and handed out again.
-/// A pool only grows, to the largest number of values that were in use at one time.
+/// The pool of holders behind SmartPtr: a holder whose last reference goes is kept, with its value, and handed out
+/// again. A pool only grows, to the largest number of values that were in use at one time.
 template <class T>
 class VANTIFLUX_API Cache : public BasicCache {
 public:
@@ -37,8 +37,8 @@ public:
     throw std::exception();
   }
 
-  /// A holder that nobody refers to: the one given back last, or a new one with a default-constructed value. The value of
-  /// a used holder is as its last user left it.
+  /// A holder that nobody refers to: the one given back last, or a new one with a default-constructed value. The value
+  /// of a used holder is as its last user left it.
   RefCtr<T>* take() {
     const Tarsil::MutexLock guard(mutex_);
     if (free_.empty()) {

@@ -13,7 +13,9 @@ const char* const ClockNode::longDescription_ =
     "Publishes the system time (UTC) in seconds since 1970-01-01 00:00:00 UTC once a second while somebody reads it.";
 NodeType ClockNode::type_(typeName_, &ClockNode::create, author_, shortDescription_, longDescription_, nullptr, 0);
 
-Node* ClockNode::create() { return new ClockNode; }
+Node* ClockNode::create() {
+  return new ClockNode;
+}
 
 ClockNode::ClockNode()
     : timeSlot_("Current system time (UTC) in seconds since 1970-01-01 00:00:00 UTC"),

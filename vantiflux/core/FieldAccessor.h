@@ -9,8 +9,8 @@
 
 namespace Vantiflux {
 
-/// Reaches a field of node class N with values of type T through the class's own setter and getter. A setter takes numbers
-/// by value and everything else by constant reference; a getter returns a copy, so that it can lock.
+/// Reaches a field of node class N with values of type T through the class's own setter and getter. A setter takes
+/// numbers by value and everything else by constant reference; a getter returns a copy, so that it can lock.
 template <class N, class T>
 class FieldAccessor final : public BasicFieldAccessor {
 public:

@@ -15,7 +15,7 @@
 namespace Vantiflux {
 
 template <class T>
-class OutSlot;
+class VANTIFLUX_API OutSlot;
 
 /// Receives values of one type. Holds one value, the latest: a value that nobody took is overwritten.
 ///
@@ -32,8 +32,8 @@ public:
   void connect(BasicOutSlot* slot) override;
   void disconnect(BasicOutSlot* slot) override;
 
-  /// The held value, whether it was taken before or not; the default value with time stamp 0 before the first one. Never
-  /// blocks. Throws InterruptedException after `interrupt`.
+  /// The held value, whether it was taken before or not; the default value with time stamp 0 before the first one.
+  /// Never blocks. Throws InterruptedException after `interrupt`.
   virtual Data<T> top();
   /// Takes the held value; blocks until there is one that was not taken. Throws InterruptedException after `interrupt`.
   virtual Data<T> pop();
@@ -47,8 +47,8 @@ protected:
 private:
   friend class OutSlot<T>;
 
-  ConnectionList<BasicOutSlot> connections_; ///< this, the value and the flag are guarded by the data mutex
-  Data<T> held_;
+  ConnectionList<BasicOutSlot> connections_; ///< guarded by the lock of structure
+  Data<T> held_;                             ///< this and the flag are guarded by the data mutex
   bool empty_ = true;
 };
 

@@ -23,8 +23,10 @@ using LabeledInSlot = LabeledSlotOf<BasicInSlot>;
 /// An entry of either direction.
 struct LabeledSlot {
   LabeledSlot(std::string slotLabel, Slot* labeledSlot) : label(std::move(slotLabel)), slot(labeledSlot) {}
-  LabeledSlot(const LabeledOutSlot& entry) : label(entry.label), slot(entry.slot) {} // NOLINT(google-explicit-constructor)
-  LabeledSlot(const LabeledInSlot& entry) : label(entry.label), slot(entry.slot) {}  // NOLINT(google-explicit-constructor)
+  LabeledSlot(const LabeledOutSlot& entry)
+      : label(entry.label), slot(entry.slot) {} // NOLINT(google-explicit-constructor)
+  LabeledSlot(const LabeledInSlot& entry)
+      : label(entry.label), slot(entry.slot) {} // NOLINT(google-explicit-constructor)
 
   std::string label;
   Slot* slot = nullptr;

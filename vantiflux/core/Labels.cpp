@@ -20,13 +20,17 @@ std::string lower(std::string_view text) {
   return result;
 }
 
-bool isPattern(std::string_view text) { return text.find_first_of(special) != std::string_view::npos; }
+bool isPattern(std::string_view text) {
+  return text.find_first_of(special) != std::string_view::npos;
+}
 
 bool matchesLower(const std::string& pattern, const std::string& text) {
   return pattern == text || fnmatch(pattern.c_str(), text.c_str(), 0) == 0;
 }
 
-bool matches(std::string_view pattern, std::string_view text) { return matchesLower(lower(pattern), lower(text)); }
+bool matches(std::string_view pattern, std::string_view text) {
+  return matchesLower(lower(pattern), lower(text));
+}
 
 std::string literal(std::string_view text) {
   std::string result;

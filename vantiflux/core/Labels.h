@@ -7,9 +7,9 @@
 
 namespace Vantiflux {
 
-/// How labels are compared everywhere: without regard to case, a pattern with the wildcards of `fnmatch` against a text,
-/// where "*" and "?" match a "/" too. A text also matches itself when it holds wildcard characters, so that a label such
-/// as "Axis [x]" can be found again.
+/// How labels are compared everywhere: without regard to case, a pattern with the wildcards of `fnmatch` against a
+/// text, where "*" and "?" match a "/" too. A text also matches itself when it holds wildcard characters, so that a
+/// label such as "Axis [x]" can be found again.
 namespace Labels {
 
 /// Each character through `tolower`.

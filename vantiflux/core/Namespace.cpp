@@ -3,6 +3,7 @@
 #include <vantiflux/core/Graveyard.h>
 #include <vantiflux/core/Labels.h>
 #include <vantiflux/core/Node.h>
+#include <vantiflux/core/Restructuring.h>
 
 namespace Vantiflux {
 
@@ -17,7 +18,21 @@ Namespace::~Namespace() {
     takeChild(children_.begin()->first);
 }
 
-void Namespace::operator delete(Namespace* self, std::destroying_delete_t) { Graveyard::bury(self); }
+void Namespace::operator delete(Namespace* self, std::destroying_delete_t) {
+  Graveyard::bury(self);
+}
+
+/// Sets a flag for the length of a scope.
+class Namespace::Phase {
+public:
+  explicit Phase(bool& flag) : flag_(flag) { flag_ = true; }
+  ~Phase() { flag_ = false; }
+  Phase(const Phase&) = delete;
+  Phase& operator=(const Phase&) = delete;
+
+private:
+  bool& flag_;
+};
 
 Namespace::Change::Change(const Namespace& changed) : changed_(const_cast<Namespace&>(changed)) {
   treeMutex().lock(Tarsil::Mutex::Wait::Yielding);
@@ -49,43 +64,71 @@ bool Namespace::isInUse() const {
   return false;
 }
 
+// What is asked for from inside, by something that `initialize`, `shutdown` or a child calls back, takes effect when
+// the operation under way is through.
 void Namespace::enable() {
   const Change change(*this);
-  if (enabled_)
+  if (disabling_)
+    turnAround_ = true;
+  if (enabled_ || enabling_ || disabling_)
     return;
-  initialize();
-  connected_ = true;
-  enabled_.store(true, std::memory_order_release);
-  publishAll(true);
-  joinAll(true);
+  {
+    const Phase phase(enabling_);
+    initialize();
+  }
+  if (std::exchange(turnAround_, false)) {
+    shutdown();
+    return;
+  }
+  Restructuring::run([this] {
+    enabled_.store(true, std::memory_order_release);
+    publishAll(true);
+    joinAll(true);
+  });
   forEachChild([this](Namespace& child) {
+    if (!enabled_) // a call back disabled this namespace again
+      return false;
     child.enable();
-    return enabled_.load(); // a call back may have disabled this namespace again
+    return true;
   });
 }
 
 void Namespace::disable() {
   const Change change(*this);
+  if (enabling_)
+    turnAround_ = true;
+  if (disabling_)
+    turnAround_ = false;
   if (!enabled_)
     return;
-  enabled_.store(false, std::memory_order_release);
-  joinAll(false);
-  publishAll(false);
-  connected_ = false;
-  forEachChild([](Namespace& child) {
-    child.disable();
-    return true;
-  });
-  shutdown();
+  {
+    const Phase phase(disabling_);
+    Restructuring::run([this] {
+      enabled_.store(false, std::memory_order_release);
+      joinAll(false);
+      publishAll(false);
+    });
+    forEachChild([](Namespace& child) {
+      child.disable();
+      return true;
+    });
+    shutdown();
+  }
+  if (std::exchange(turnAround_, false))
+    enable();
 }
 
 void Namespace::initialize() {}
 
 void Namespace::shutdown() {}
 
-std::string Namespace::typeName() const { return "Namespace"; }
+std::string Namespace::typeName() const {
+  return "Namespace";
+}
 
-bool Namespace::saveState() const { return true; }
+bool Namespace::saveState() const {
+  return true;
+}
 
 // Walks the children by their keys, because a call back may take any of them out.
 void Namespace::forEachChild(const std::function<bool(Namespace&)>& visit) const {
@@ -103,13 +146,13 @@ const std::string& Namespace::addNamespace(const std::string& label, std::unique
     return none;
   const Change change(*this);
   Namespace& added = *child;
-  const Change childChange(added);
+  const Pin childPin(added);
   added.label_ = createUniqueLabel(label);
   added.parent_ = this;
   children_.emplace(Labels::lower(added.label_), std::move(child));
   setDirty(true);
   if (added.enabled_)
-    added.publishAll(true);
+    Restructuring::run([&added] { added.publishAll(true); });
   if (enabled_)
     added.enable();
   return added.label_;
@@ -222,6 +265,11 @@ Pelorn::URL Namespace::getBaseURL() const {
 void Namespace::setBaseURL(const Pelorn::URL& url) {
   const std::lock_guard values(valuesLock_);
   baseURL_ = url;
+}
+
+void Namespace::tell(const Slot* about, std::function<void(Listener&)> call) {
+  if (!listeners_.empty())
+    Restructuring::tell(*this, about, [this, call = std::move(call)] { listeners_.forEach(call); });
 }
 
 void Namespace::addListener(Listener& listener) {

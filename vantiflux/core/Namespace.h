@@ -33,17 +33,17 @@ class Node;
 /// A container that gives slots their labels and holds children, routes, external routes and field values. The tree of
 /// namespaces is also the tree of nodes. All labels are compared without regard to case (see Labels).
 ///
-/// *States.* Disabled, slots and rules are only recorded. Enabled, they are effective: slots are connected as routes and
-/// equal labels say, and external routes publish them in the parent. Enabling reaches down the tree, disabling too.
+/// *States.* Disabled, slots and rules are only recorded. Enabled, they are effective: slots are connected as routes
+/// and equal labels say, and external routes publish them in the parent. Enabling reaches down the tree, disabling too.
 ///
 /// *Threads.* Any thread may call any operation. Whatever reads or changes the structure takes the lock of structure
 /// (TreeLock) and calls listeners and nodes under it. A caller that keeps a pointer or makes several steps holds the
-/// root lock besides (Root), which comes first. Every operation may be called from inside a listener, from a worker that
-/// the operation itself stops, and on the namespace in which the caller's own value is just being delivered.
+/// root lock besides (Root), which comes first. Every operation may be called from inside a listener, from a worker
+/// that the operation itself stops, and on the namespace in which the caller's own value is just being delivered.
 ///
-/// *Lifetime.* A namespace owns its children, but not its slots: a slot outlives its entry. `delete` of a namespace whose
-/// worker, delivery or structural operation is still on a stack takes it out of service at once and destroys it when
-/// that has ended (see Graveyard).
+/// *Lifetime.* A namespace owns its children, but not its slots: a slot outlives its entry. `delete` of a namespace
+/// whose worker, delivery or structural operation is still on a stack takes it out of service at once and destroys it
+/// when that has ended (see Graveyard).
 ///
 /// *Failure.* Look-ups by name throw. Removing what is not there is ignored. An exception of a listener or of
 /// `initialize` leaves through the caller.
@@ -55,8 +55,8 @@ public:
   using LabeledInSlot = Vantiflux::LabeledInSlot;
   using LabeledSlot = Vantiflux::LabeledSlot;
 
-  /// Is told of changes in one namespace, enabled or not. Calls come from the thread that makes the change, with the lock
-  /// of structure held. `clearRoutes` tells nobody.
+  /// Is told of changes in one namespace, enabled or not. Calls come from the thread that makes the change, with the
+  /// lock of structure held. `clearRoutes` tells nobody.
   class VANTIFLUX_API Listener {
   public:
     virtual ~Listener();
@@ -69,8 +69,8 @@ public:
   };
 
   Namespace();
-  /// A derived class with a `shutdown` of its own calls `disable` in its own destructor, so that a namespace that is not
-  /// on the heap shuts down too.
+  /// A derived class with a `shutdown` of its own calls `disable` in its own destructor, so that a namespace that is
+  /// not on the heap shuts down too.
   virtual ~Namespace();
   Namespace(const Namespace&) = delete;
   Namespace& operator=(const Namespace&) = delete;
@@ -110,8 +110,8 @@ public:
   const LabeledOutSlot* findOutSlot(const std::string& label, const BasicOutSlot* slot) const;
   const LabeledInSlot* findInSlot(const std::string& label, const BasicInSlot* slot) const;
 
-  /// Adds a child and enables it if this namespace is enabled. Returns the label it got, made unique by a number. A child
-  /// whose enabling throws has been added all the same. A null child is ignored.
+  /// Adds a child and enables it if this namespace is enabled. Returns the label it got, made unique by a number. A
+  /// child whose enabling throws has been added all the same. A null child is ignored.
   const std::string& addNamespace(const std::string& label, std::unique_ptr<Namespace> child);
   const std::string& addNamespace(const std::string& label, std::unique_ptr<Node> child);
   /// Labels the node by its type name.
@@ -203,7 +203,21 @@ protected:
 private:
   friend class Graveyard;
   friend class NodeWorker;
+  friend class Restructuring;
 
+  /// Keeps another namespace alive for the length of a scope.
+  class Pin {
+  public:
+    explicit Pin(Namespace& pinned) : pinned_(pinned) { pinned_.pin(); }
+    ~Pin() { pinned_.unpin(); }
+    Pin(const Pin&) = delete;
+    Pin& operator=(const Pin&) = delete;
+
+  private:
+    Namespace& pinned_;
+  };
+
+  class Phase;
   template <class BasicSlot>
   struct Side;
 
@@ -219,10 +233,10 @@ private:
   void publish(const ExternalRoute& route, bool add);
   void publishAll(bool add);
   std::vector<std::string> externalLabels(const std::string& label) const;
-  using SlotPair = std::pair<LabeledOutSlot, LabeledInSlot>;
-  std::vector<SlotPair> routedPairs(const Route& route) const;
-  void join(const std::vector<SlotPair>& pairs, bool connect);
+  void joinRoute(const Route& route, bool connect);
+  static void join(BasicOutSlot* out, BasicInSlot* in, bool connect);
   void joinAll(bool connect);
+  void tell(const Slot* about, std::function<void(Listener&)> call);
   bool dropRoute(const Route* route);
   bool dropExternalRoute(const ExternalRoute* route);
   void forEachChild(const std::function<bool(Namespace&)>& visit) const;
@@ -233,11 +247,14 @@ private:
   // All members but the last four are guarded by the lock of structure; the two flags are also read without it.
   Namespace* parent_ = nullptr;
   std::atomic<bool> enabled_{false};
-  bool connected_ = false; ///< as enabled, but until the last connection is undone
+  bool enabling_ = false; ///< `enable`, or `disable`, is under way further out on the stack
+  bool disabling_ = false;
+  bool turnAround_ = false; ///< and the opposite was asked for meanwhile
   std::string label_;
   mutable SlotTable<BasicOutSlot> outSlots_;
   mutable SlotTable<BasicInSlot> inSlots_;
   std::list<ExternalRoute> externalRoutes_;
+  std::unordered_map<std::string, std::list<ExternalRoute>::iterator> externalByKey_; ///< by both patterns
   PatternIndex<ExternalRoute> externalByInternal_;
   RouteTable routes_;
   std::map<std::string, std::unique_ptr<Namespace>> children_;    ///< by lower-cased label

@@ -2,54 +2,64 @@
 #include <vantiflux/core/Namespace.h>
 #include <vantiflux/core/NamespaceSide.h>
 
-#include <algorithm>
+#include <iterator>
 
 #include <vantiflux/core/Labels.h>
+#include <vantiflux/core/Restructuring.h>
 
 namespace Vantiflux {
+
+namespace {
+
+std::string keyOf(const std::string& internal, const std::string& external) {
+  std::string key = Labels::lower(internal);
+  key += '\0';
+  key += Labels::lower(external);
+  return key;
+}
+
+} // namespace
 
 void Namespace::addRoute(const std::string& from, const std::string& to) {
   const Change change(*this);
   if (routes_.find(from, to) != nullptr)
     return;
-  routes_.add(from, to);
-  setDirty(true);
-  if (enabled_)
-    join(routedPairs(Route{from, to}), true);
-  listeners_.forEach([&](Listener& listener) { listener.routeAdded(*this, from, to); });
+  Restructuring::run([&] {
+    routes_.add(from, to);
+    setDirty(true);
+    if (enabled_)
+      joinRoute({from, to}, true);
+    tell(nullptr, [this, from, to](Listener& listener) { listener.routeAdded(*this, from, to); });
+  });
 }
 
 void Namespace::removeRoute(const std::string& from, const std::string& to) {
   const Change change(*this);
-  if (!dropRoute(routes_.find(from, to)))
-    return;
-  listeners_.forEach([&](Listener& listener) { listener.routeRemoved(*this, from, to); });
+  Restructuring::run([&] {
+    if (dropRoute(routes_.find(from, to)))
+      tell(nullptr, [this, from, to](Listener& listener) { listener.routeRemoved(*this, from, to); });
+  });
 }
 
-// A rule that is being removed is not found any more, so that nobody called back removes it a second time; but it still
-// counts for slots that are removed meanwhile.
 bool Namespace::dropRoute(const Route* route) {
   if (route == nullptr)
     return false;
-  routes_.retire(route);
   if (enabled_)
-    join(routedPairs(*route), false);
+    joinRoute(*route, false);
   routes_.erase(route);
   setDirty(true);
   return true;
 }
 
-std::vector<Namespace::SlotPair> Namespace::routedPairs(const Route& route) const {
+// Connects, or disconnects, the cross product of what the two patterns match.
+void Namespace::joinRoute(const Route& route, bool connect) {
   std::vector<LabeledOutSlot> outs;
   std::vector<LabeledInSlot> ins;
   getOutSlots(route.from, outs);
   getInSlots(route.to, ins);
-  std::vector<SlotPair> pairs;
-  pairs.reserve(outs.size() * ins.size());
   for (const LabeledOutSlot& out : outs)
     for (const LabeledInSlot& in : ins)
-      pairs.emplace_back(out, in);
-  return pairs;
+      join(out.slot, in.slot, connect);
 }
 
 const Route* Namespace::findRoute(const std::string& from, const std::string& to) const {
@@ -59,9 +69,11 @@ const Route* Namespace::findRoute(const std::string& from, const std::string& to
 
 void Namespace::clearRoutes() {
   const Change change(*this);
-  while (dropRoute(routes_.first())) {
-  }
-  setDirty(true);
+  Restructuring::run([this] {
+    while (dropRoute(routes_.first())) {
+    }
+    setDirty(true);
+  });
 }
 
 void Namespace::getRoutes(std::vector<Route>& routes) const {
@@ -105,47 +117,48 @@ void Namespace::addExternalRoute(const std::string& internal, const std::string&
   const Change change(*this);
   if (findExternalRoute(internal, external) != nullptr)
     return;
-  ExternalRoute& route = externalRoutes_.emplace_back(internal, external, *this);
-  externalByInternal_.add(Labels::lower(internal), &route);
-  setDirty(true);
-  if (enabled_)
-    publish(route, true);
+  Restructuring::run([&] {
+    ExternalRoute& route = externalRoutes_.emplace_back(internal, external, *this);
+    externalByKey_.emplace(keyOf(internal, external), std::prev(externalRoutes_.end()));
+    externalByInternal_.add(Labels::lower(internal), &route);
+    setDirty(true);
+    if (enabled_)
+      publish(route, true);
+  });
 }
 
 void Namespace::removeExternalRoute(const std::string& internal, const std::string& external) {
   const Change change(*this);
-  dropExternalRoute(findExternalRoute(internal, external));
+  Restructuring::run([&] { dropExternalRoute(findExternalRoute(internal, external)); });
 }
 
-// As dropRoute: out of the list at once, in the index until its slots are withdrawn.
 bool Namespace::dropExternalRoute(const ExternalRoute* route) {
-  const auto at = std::find_if(externalRoutes_.begin(), externalRoutes_.end(),
-                               [&](const ExternalRoute& candidate) { return &candidate == route; });
-  if (at == externalRoutes_.end())
+  if (route == nullptr)
     return false;
-  std::list<ExternalRoute> retired;
-  retired.splice(retired.begin(), externalRoutes_, at);
+  const auto found = externalByKey_.find(keyOf(route->getInternal(), route->getExternal()));
+  const auto at = found->second;
   if (enabled_)
     publish(*route, false);
   externalByInternal_.erase(Labels::lower(route->getInternal()), route);
+  externalByKey_.erase(found);
+  externalRoutes_.erase(at);
   setDirty(true);
   return true;
 }
 
 const ExternalRoute* Namespace::findExternalRoute(const std::string& internal, const std::string& external) const {
   const TreeLock lock;
-  const auto equal = [](const std::string& a, const std::string& b) { return Labels::lower(a) == Labels::lower(b); };
-  const auto at = std::find_if(externalRoutes_.begin(), externalRoutes_.end(), [&](const ExternalRoute& route) {
-    return equal(route.getInternal(), internal) && equal(route.getExternal(), external);
-  });
-  return at == externalRoutes_.end() ? nullptr : &*at;
+  const auto found = externalByKey_.find(keyOf(internal, external));
+  return found == externalByKey_.end() ? nullptr : &*found->second;
 }
 
 void Namespace::clearExternalRoutes() {
   const Change change(*this);
-  while (!externalRoutes_.empty())
-    dropExternalRoute(&externalRoutes_.front());
-  setDirty(true);
+  Restructuring::run([this] {
+    while (!externalRoutes_.empty())
+      dropExternalRoute(&externalRoutes_.front());
+    setDirty(true);
+  });
 }
 
 void Namespace::getExternalRoutes(std::vector<ExternalRoute*>& routes) const {

@@ -1,20 +1,11 @@
-// The slots of a namespace. Connecting and disconnecting call back to nodes and listeners, which may change the same
-// lists: every loop over slots therefore runs over a copy and looks whether the entry is still there.
+// The slots of a namespace.
 #include <vantiflux/core/Namespace.h>
 #include <vantiflux/core/NamespaceSide.h>
 
 #include <vantiflux/core/Labels.h>
+#include <vantiflux/core/Restructuring.h>
 
 namespace Vantiflux {
-
-namespace {
-
-template <class BasicSlot>
-bool isPresent(SlotTable<BasicSlot>& table, const LabeledSlotOf<BasicSlot>& entry) {
-  return table.find(Labels::literal(entry.label), entry.slot) != nullptr;
-}
-
-} // namespace
 
 template <class BasicSlot>
 void Namespace::addSlot(const std::string& label, BasicSlot* slot) {
@@ -28,18 +19,18 @@ void Namespace::addSlot(const std::string& label, BasicSlot* slot) {
     entry = &table.add(label, slot);
   if (++entry->useCount > 1)
     return;
-  const LabeledSlotOf<BasicSlot> added = *entry;
-  if (enabled_) {
-    if (parent_ != nullptr)
-      for (const std::string& external : externalLabels(label))
-        ThisSide::add(*parent_, external, slot);
-    std::vector<typename ThisSide::Peer> peers;
-    ThisSide::getPeers(*this, label, peers);
-    for (const auto& peer : peers)
-      if (isPresent(table, added) && isPresent(Side<std::remove_pointer_t<decltype(peer.slot)>>::table(*this), peer))
+  Restructuring::run([&] {
+    if (enabled_) {
+      if (parent_ != nullptr)
+        for (const std::string& external : externalLabels(label))
+          ThisSide::add(*parent_, external, slot);
+      std::vector<typename ThisSide::Peer> peers;
+      ThisSide::getPeers(*this, label, peers);
+      for (const auto& peer : peers)
         slot->connect(peer.slot);
-  }
-  listeners_.forEach([&](Listener& listener) { (listener.*ThisSide::added)(*this, label, slot); });
+    }
+    tell(slot, [this, label, slot](Listener& listener) { (listener.*ThisSide::added)(*this, label, slot); });
+  });
 }
 
 template <class BasicSlot>
@@ -54,17 +45,21 @@ void Namespace::removeSlotOf(const std::string& label, BasicSlot* slot) {
     return;
   // From here on the entry's own label and slot count: the caller may have given a pattern, or no slot.
   const LabeledSlotOf<BasicSlot> removed = *entry;
-  std::vector<typename ThisSide::Peer> peers;
-  if (connected_)
-    ThisSide::getPeers(*this, removed.label, peers);
-  table.erase(entry);
-  for (const auto& peer : peers)
-    if (isPresent(Side<std::remove_pointer_t<decltype(peer.slot)>>::table(*this), peer))
-      removed.slot->disconnect(peer.slot);
-  if (connected_ && parent_ != nullptr)
-    for (const std::string& external : externalLabels(removed.label))
-      ThisSide::remove(*parent_, external, removed.slot);
-  listeners_.forEach([&](Listener& listener) { (listener.*ThisSide::removed)(*this, removed.label, removed.slot); });
+  Restructuring::run([&] {
+    Restructuring::adopt(*removed.slot);
+    table.erase(entry);
+    if (enabled_) {
+      std::vector<typename ThisSide::Peer> peers;
+      ThisSide::getPeers(*this, removed.label, peers);
+      for (const auto& peer : peers)
+        removed.slot->disconnect(peer.slot);
+      if (parent_ != nullptr)
+        for (const std::string& external : externalLabels(removed.label))
+          ThisSide::remove(*parent_, external, removed.slot);
+    }
+    tell(removed.slot,
+         [this, removed](Listener& listener) { (listener.*ThisSide::removed)(*this, removed.label, removed.slot); });
+  });
 }
 
 std::vector<std::string> Namespace::externalLabels(const std::string& label) const {
@@ -74,10 +69,18 @@ std::vector<std::string> Namespace::externalLabels(const std::string& label) con
   return result;
 }
 
-void Namespace::addOutSlot(const std::string& label, BasicOutSlot* slot) { addSlot(label, slot); }
-void Namespace::addInSlot(const std::string& label, BasicInSlot* slot) { addSlot(label, slot); }
-void Namespace::removeOutSlot(const std::string& label, BasicOutSlot* slot) { removeSlotOf(label, slot); }
-void Namespace::removeInSlot(const std::string& label, BasicInSlot* slot) { removeSlotOf(label, slot); }
+void Namespace::addOutSlot(const std::string& label, BasicOutSlot* slot) {
+  addSlot(label, slot);
+}
+void Namespace::addInSlot(const std::string& label, BasicInSlot* slot) {
+  addSlot(label, slot);
+}
+void Namespace::removeOutSlot(const std::string& label, BasicOutSlot* slot) {
+  removeSlotOf(label, slot);
+}
+void Namespace::removeInSlot(const std::string& label, BasicInSlot* slot) {
+  removeSlotOf(label, slot);
+}
 
 void Namespace::removeSlot(const std::string& label, Slot* slot) {
   if (slot == nullptr)
@@ -120,26 +123,20 @@ void Namespace::getSlots(const std::string& pattern, Slot::Direction direction, 
   }
 }
 
-void Namespace::join(const std::vector<SlotPair>& pairs, bool connect) {
-  for (const auto& [out, in] : pairs) {
-    if (!isPresent(outSlots_, out) || !isPresent(inSlots_, in))
-      continue;
-    if (connect)
-      out.slot->connect(in.slot);
-    else
-      out.slot->disconnect(in.slot);
-  }
+void Namespace::join(BasicOutSlot* out, BasicInSlot* in, bool connect) {
+  if (connect)
+    out->connect(in);
+  else
+    out->disconnect(in);
 }
 
 void Namespace::joinAll(bool connect) {
-  std::vector<SlotPair> pairs;
   for (const LabeledOutSlot& out : outSlots_.entries()) {
     std::vector<LabeledInSlot> peers;
     getRoutedInSlots(out.label, peers);
-    for (LabeledInSlot& in : peers)
-      pairs.emplace_back(out, std::move(in));
+    for (const LabeledInSlot& in : peers)
+      join(out.slot, in.slot, connect);
   }
-  join(pairs, connect);
 }
 
 } // namespace Vantiflux

@@ -4,7 +4,9 @@
 
 namespace Vantiflux {
 
-Node::Node() { Root::goFirstAtExit(); }
+Node::Node() {
+  Root::goFirstAtExit();
+}
 
 Node::~Node() = default;
 
@@ -99,9 +101,13 @@ void Node::getFieldNames(std::vector<std::string>& names) const {
   }
 }
 
-std::string Node::getDetailedInfo() const { return {}; }
+std::string Node::getDetailedInfo() const {
+  return {};
+}
 
-const NodeType* Node::type() const { return nullptr; }
+const NodeType* Node::type() const {
+  return nullptr;
+}
 
 void Node::start() {}
 
@@ -120,10 +126,18 @@ void Node::slotStopped() {
     stop();
 }
 
-void Node::startOutSlot(BasicOutSlot&) { slotStarted(); }
-void Node::stopOutSlot(BasicOutSlot&) { slotStopped(); }
-void Node::startInSlot(BasicInSlot&) { slotStarted(); }
-void Node::stopInSlot(BasicInSlot&) { slotStopped(); }
+void Node::startOutSlot(BasicOutSlot&) {
+  slotStarted();
+}
+void Node::stopOutSlot(BasicOutSlot&) {
+  slotStopped();
+}
+void Node::startInSlot(BasicInSlot&) {
+  slotStarted();
+}
+void Node::stopInSlot(BasicInSlot&) {
+  slotStopped();
+}
 
 void Node::initialize() {
   Namespace::initialize();
@@ -145,6 +159,8 @@ void Node::attachSlot(const std::string& label, BasicInSlot& slot) {
   addInSlot(label, &slot);
 }
 
-void Node::publishSlots() { addExternalRoute("*", "{NamespaceLabel}/{SlotLabel}"); }
+void Node::publishSlots() {
+  addExternalRoute("*", "{NamespaceLabel}/{SlotLabel}");
+}
 
 } // namespace Vantiflux

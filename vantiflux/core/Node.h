@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -85,7 +84,7 @@ protected:
   void publishSlots();
 
 private:
-  static constexpr std::size_t logCapacity = 20;
+  static constexpr std::uint32_t logCapacity = 20;
 
   void slotStarted();
   void slotStopped();

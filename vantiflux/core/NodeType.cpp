@@ -11,7 +11,9 @@ namespace Vantiflux {
 
 namespace {
 
-std::string textOf(const char* text) { return text == nullptr ? std::string() : text; }
+std::string textOf(const char* text) {
+  return text == nullptr ? std::string() : text;
+}
 
 } // namespace
 
@@ -47,16 +49,18 @@ Field* NodeType::getField(const std::string& name) const {
   return found == fieldsByName_.end() ? nullptr : found->second;
 }
 
-std::unique_ptr<Node> NodeType::create() const { return std::unique_ptr<Node>(create_()); }
+std::unique_ptr<Node> NodeType::create() const {
+  return std::unique_ptr<Node>(create_());
+}
 
-NodeType* NodeType::internalFindType(std::string name) {
+NodeType* NodeType::internalFindType(const std::string& name) {
   if (types_ == nullptr)
     return nullptr;
   const auto found = types_->find(Labels::lower(name));
   return found == types_->end() ? nullptr : found->second;
 }
 
-NodeType* NodeType::findType(std::string name) {
+NodeType* NodeType::findType(const std::string& name) {
   if (NodeType* const type = internalFindType(name))
     return type;
   const std::string library =

@@ -17,8 +17,8 @@ class Node;
 /// The registry entry of a node class. Each class has one as a static member, which registers by being constructed when
 /// the library, or a plug-in, is loaded.
 ///
-/// *Threads.* The registry has no lock: it fills while libraries are loaded. `findType` may load one, so callers hold the
-/// root's write lock.
+/// *Threads.* The registry has no lock: it fills while libraries are loaded. `findType` may load one, so callers hold
+/// the root's write lock.
 class VANTIFLUX_API NodeType {
 public:
   using Create = Node* (*)();
@@ -41,11 +41,11 @@ public:
   Field* getField(const std::string& name) const;
   std::unique_ptr<Node> create() const;
 
-  /// The type of that name in any case; null if it is not registered and no plug-in has it. A plug-in for a type Foo is a
-  /// library Foo.vfx or libFoo.so where Tarsil::DynamicLibrary::load looks.
-  static NodeType* findType(std::string name);
+  /// The type of that name in any case; null if it is not registered and no plug-in has it. A plug-in for a type Foo is
+  /// a library Foo.vfx or libFoo.so where Tarsil::DynamicLibrary::load looks.
+  static NodeType* findType(const std::string& name);
   /// The same without loading.
-  static NodeType* internalFindType(std::string name);
+  static NodeType* internalFindType(const std::string& name);
   /// Loads a library, which stays until the root is destroyed. Returns false if it cannot be loaded.
   static bool loadLib(const std::string& file);
   /// Throws InvalidNodeException for an unknown type.

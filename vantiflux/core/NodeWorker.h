@@ -10,9 +10,9 @@ namespace Vantiflux {
 
 /// The worker thread of a node, with what starting and stopping at any moment, from any thread, takes.
 ///
-/// A worker that is stopped from inside its own run (by a listener that it calls), or by a thread that it waits for, cannot
-/// be waited for: its run ends when that call has returned. If it is started again before that, the start takes place
-/// when the run has ended. A node that is deleted meanwhile is destroyed then (see Graveyard).
+/// A worker that is stopped from inside its own run (by a listener that it calls), or by a thread that it waits for,
+/// cannot be waited for: its run ends when that call has returned. If it is started again before that, the start takes
+/// place when the run has ended. A node that is deleted meanwhile is destroyed then (see Graveyard).
 ///
 /// *Threads.* `start` and `stop` with the lock of structure held; `isRunning` from any thread. The run holds no lock.
 ///
@@ -24,8 +24,8 @@ public:
   /// Needs that the run has ended: call `stop` in the node's destructor, after `disable`.
   ~NodeWorker();
 
-  /// Ignored while a run goes on. Otherwise calls `prepare`, which opens what the run needs and says whether it succeeded
-  /// (having set the node's state if not), and begins a run.
+  /// Ignored while a run goes on. Otherwise calls `prepare`, which opens what the run needs and says whether it
+  /// succeeded (having set the node's state if not), and begins a run.
   void start(std::function<bool()> prepare);
 
   /// Ignored when no run goes on. Otherwise calls `interrupt`, which makes the run return, and waits for that. Returns

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <exception>
 #include <memory>
 #include <string>
 #include <typeinfo>
@@ -9,9 +11,10 @@
 #include <vantiflux/core/BasicOutSlot.h>
 #include <vantiflux/core/ConnectionList.h>
 #include <vantiflux/core/Data.h>
+#include <vantiflux/core/DeliveryList.h>
 #include <vantiflux/core/Graveyard.h>
 #include <vantiflux/core/InSlot.h>
-#include <vantiflux/core/TreeLock.h>
+#include <vantiflux/core/Restructuring.h>
 #include <vantiflux/core/TypeName.h>
 #include <vantiflux/platform/tarsil/ThreadId.h>
 
@@ -32,7 +35,7 @@ public:
   void connect(BasicInSlot* slot) override;
   void disconnect(BasicInSlot* slot) override;
   std::unique_ptr<BasicInSlot> createMatchingInSlot() const override { return std::make_unique<InSlot<T>>(); }
-  bool isConnected() const override;
+  bool isConnected() const override { return connected_.load(std::memory_order_acquire); }
 
   /// Stores a copy of the value and delivers it to every connected in-slot, in the order of their connection.
   /// An exception of a listener ends the delivery and leaves through here.
@@ -50,15 +53,17 @@ private:
     if (&data != &last_)
       last_ = data;
   }
-  void connectInSide(InSlot<T>& in);
-  void connectOutSide(InSlot<T>& in);
-  void disconnectOutSide(InSlot<T>& in);
-  void disconnectInSide(InSlot<T>& in);
+  void settle(BasicInSlot& slot, Restructuring::StopAgain again) override;
+  void attach(InSlot<T>& in);
+  void detach(InSlot<T>& in, Restructuring::StopAgain again);
 
-  ConnectionList<InSlot<T>> connections_; ///< all members are guarded by the data mutex
+  ConnectionList<InSlot<T>> connections_; ///< guarded by the lock of structure
+  std::atomic<bool> connected_{false};    ///< whether there are any; written under the lock of structure
+  DeliveryList<InSlot<T>> attached_;      ///< those that get values
+  // The rest is guarded by the data mutex.
   Data<T> last_;
   Tarsil::ThreadId deliverer_ = 0; ///< the thread that delivers now
-  bool again_ = false; ///< another thread, to whom the deliverer lent the slot, stored a value meanwhile
+  bool again_ = false;             ///< another thread, to whom the deliverer lent the slot, stored a value meanwhile
 };
 
 template <class T>
@@ -85,9 +90,9 @@ void OutSlot<T>::deliver(const Data<T>& data) {
     }
     OutSlot& slot;
   } delivering(*this);
-  connections_.walk([&](InSlot<T>& in) { in.push(data); });
+  attached_.walk([&](InSlot<T>& in) { in.push(data); });
   while (std::exchange(again_, false))
-    connections_.walk([this](InSlot<T>& in) { in.push(last_); });
+    attached_.walk([this](InSlot<T>& in) { in.push(last_); });
 }
 
 template <class T>
@@ -103,95 +108,82 @@ Data<T> OutSlot<T>::getValue() const {
 }
 
 template <class T>
-bool OutSlot<T>::isConnected() const {
-  const Tarsil::MutexLock lock(dataMutex_, Tarsil::Mutex::Wait::Delivery);
-  return !connections_.empty();
-}
-
-// Both sides are told one after the other, the in-slot first, with no data mutex held while listeners run. A listener may
-// part the two again at once: then the second half is left out.
-template <class T>
 void OutSlot<T>::connect(BasicInSlot* slot) {
   auto* const in = dynamic_cast<InSlot<T>*>(slot);
   if (in == nullptr)
     return;
-  {
-    const TreeLock tree;
-    connectInSide(*in);
-    connectOutSide(*in);
-  }
-  Graveyard::visit();
+  Restructuring::run([&] {
+    connections_.add(in);
+    in->connections_.add(this);
+    connected_.store(true, std::memory_order_release);
+    Restructuring::settle(*this, *in, {});
+  });
 }
 
-template <class T>
-void OutSlot<T>::connectInSide(InSlot<T>& in) {
-  bool first = false;
-  {
-    const Tarsil::MutexLock lock(in.dataMutex_);
-    first = in.connections_.empty();
-    in.connections_.add(this);
-  }
-  if (first)
-    in.startInSlot();
-}
-
-template <class T>
-void OutSlot<T>::connectOutSide(InSlot<T>& in) {
-  {
-    const Tarsil::MutexLock lock(in.dataMutex_);
-    if (in.connections_.count(this) == 0)
-      return;
-  }
-  bool first = false;
-  {
-    const Tarsil::MutexLock lock(dataMutex_, Tarsil::Mutex::Wait::Yielding);
-    first = connections_.empty();
-    if (!connections_.add(&in))
-      return;
-    if (valid_)
-      in.push(last_);
-  }
-  if (first && isConnected())
-    startOutSlot();
-}
-
+// A side that has no connections to begin with is told to stop all the same: callers count on the call.
 template <class T>
 void OutSlot<T>::disconnect(BasicInSlot* slot) {
   auto* const in = dynamic_cast<InSlot<T>*>(slot);
   if (in == nullptr)
     return;
-  {
-    const TreeLock tree;
-    disconnectOutSide(*in);
-    disconnectInSide(*in);
-  }
-  Graveyard::visit();
+  Restructuring::run([&] {
+    const Restructuring::StopAgain again{connections_.empty(), in->connections_.empty()};
+    if (connections_.remove(in))
+      attached_.remove(in);
+    in->connections_.remove(this);
+    connected_.store(!connections_.empty(), std::memory_order_release);
+    Restructuring::settle(*this, *in, again);
+  });
 }
 
-// A side whose list is empty is stopped whether or not an entry went away just now: stopping is idempotent, and callers
-// count on the call.
 template <class T>
-void OutSlot<T>::disconnectOutSide(InSlot<T>& in) {
-  bool last = false;
+void OutSlot<T>::settle(BasicInSlot& slot, Restructuring::StopAgain again) {
+  auto& in = static_cast<InSlot<T>&>(slot);
+  const Use outUse(*this);
+  const Use inUse(slot);
+  if (connections_.find(&in) != nullptr)
+    attach(in);
+  else
+    detach(in, again);
+}
+
+// The in-slot is told first; its listeners may part the two again at once. The latest value is delivered before the
+// out-slot is told, and before any value pushed from now on.
+template <class T>
+void OutSlot<T>::attach(InSlot<T>& in) {
+  in.announceUse(true, false);
+  std::exception_ptr failure;
   {
     const Tarsil::MutexLock lock(dataMutex_, Tarsil::Mutex::Wait::Yielding);
-    connections_.remove(&in);
-    last = connections_.empty();
+    auto* const connection = connections_.find(&in);
+    if (connection == nullptr || connection->attached)
+      return;
+    connection->attached = true;
+    attached_.add(&in);
+    try {
+      if (valid_)
+        in.push(last_);
+    } catch (...) {
+      failure = std::current_exception();
+    }
   }
-  if (last)
-    stopOutSlot();
+  announceUse(!connections_.empty(), false);
+  if (failure != nullptr)
+    std::rethrow_exception(failure);
 }
 
+// Taking the data mutex is the wait for a delivery under way.
 template <class T>
-void OutSlot<T>::disconnectInSide(InSlot<T>& in) {
-  bool last = false;
+void OutSlot<T>::detach(InSlot<T>& in, Restructuring::StopAgain again) {
   {
-    const Tarsil::MutexLock lock(in.dataMutex_);
-    in.connections_.remove(this);
-    last = in.connections_.empty();
+    const Tarsil::MutexLock lock(dataMutex_, Tarsil::Mutex::Wait::Yielding);
+    if (deliverer_ == 0)
+      attached_.tidy();
   }
-  if (last)
-    in.stopInSlot();
+  if (connections_.empty())
+    announceUse(false, again.out);
+  if (in.connections_.empty())
+    in.announceUse(false, again.in);
 }
 
 template <class T>

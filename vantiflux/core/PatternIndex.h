@@ -1,6 +1,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <map>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -13,12 +16,19 @@ namespace Vantiflux {
 template <class Rule>
 class PatternIndex {
 public:
-  void add(const std::string& lowered, Rule* rule) { bucket(lowered).push_back(rule); }
+  void add(const std::string& lowered, Rule* rule) {
+    Rules& rules = index(lowered)[lowered];
+    rules.emplace_hint(rules.end(), rule->order, rule);
+  }
 
   void erase(const std::string& lowered, const Rule* rule) {
-    std::erase(bucket(lowered), rule);
-    if (const auto found = literal_.find(lowered); found != literal_.end() && found->second.empty())
-      literal_.erase(found);
+    Index& rulesByPattern = index(lowered);
+    const auto found = rulesByPattern.find(lowered);
+    if (found == rulesByPattern.end())
+      return;
+    found->second.erase(rule->order);
+    if (found->second.empty())
+      rulesByPattern.erase(found);
   }
 
   /// The rules whose pattern matches the label, by their order of adding.
@@ -26,23 +36,30 @@ public:
     const std::string lowered = Labels::lower(label);
     std::vector<Rule*> result;
     if (const auto found = literal_.find(lowered); found != literal_.end())
-      result = found->second;
+      append(found->second, result);
     const auto literals = static_cast<std::ptrdiff_t>(result.size());
     for (const auto& [pattern, rules] : patterns_)
       if (Labels::matchesLower(pattern, lowered))
-        result.insert(result.end(), rules.begin(), rules.end());
+        append(rules, result);
     if (static_cast<std::ptrdiff_t>(result.size()) != literals)
       std::sort(result.begin(), result.end(), [](const Rule* a, const Rule* b) { return a->order < b->order; });
     return result;
   }
 
 private:
-  std::vector<Rule*>& bucket(const std::string& lowered) {
-    return Labels::isPattern(lowered) ? patterns_[lowered] : literal_[lowered];
+  // By their order, and not in a vector: thousands of rules may share a pattern, and be removed one by one.
+  using Rules = std::map<std::uint64_t, Rule*>;
+  using Index = std::unordered_map<std::string, Rules>;
+
+  Index& index(const std::string& lowered) { return Labels::isPattern(lowered) ? patterns_ : literal_; }
+
+  static void append(const Rules& rules, std::vector<Rule*>& result) {
+    for (const auto& [order, rule] : rules)
+      result.push_back(rule);
   }
 
-  std::unordered_map<std::string, std::vector<Rule*>> literal_;
-  std::unordered_map<std::string, std::vector<Rule*>> patterns_;
+  Index literal_;
+  Index patterns_;
 };
 
 } // namespace Vantiflux

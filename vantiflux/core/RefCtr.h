@@ -8,8 +8,8 @@
 namespace Vantiflux {
 
 /// The count of references to a shared value.
-/// *Threads.* All operations from any thread. What one thread did to the value before it gave up its reference is seen by
-/// the thread that finds the count at zero.
+/// *Threads.* All operations from any thread. What one thread did to the value before it gave up its reference is seen
+/// by the thread that finds the count at zero.
 class VANTIFLUX_API BasicRefCtr {
 public:
   BasicRefCtr() = default;

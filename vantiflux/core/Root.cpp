@@ -60,11 +60,17 @@ Tarsil::Mutex& Root::mutex() noexcept {
   return *mutex;
 }
 
-void Root::readLock() { mutex().lock(); }
+void Root::readLock() {
+  mutex().lock();
+}
 
-void Root::writeLock() { mutex().lock(); }
+void Root::writeLock() {
+  mutex().lock();
+}
 
-void Root::unlock() { mutex().unlock(); }
+void Root::unlock() {
+  mutex().unlock();
+}
 
 void Root::failUninitialized() {
   std::fputs("FATAL: Accessed Vantiflux::Root that is not initialized!\n", stderr);

@@ -11,12 +11,12 @@
 
 namespace Vantiflux {
 
-/// The one namespace at the top of the process's tree. Made and enabled when the library is loaded, so that what is added
-/// to it comes alive at once; destroyed when the process exits.
+/// The one namespace at the top of the process's tree. Made and enabled when the library is loaded, so that what is
+/// added to it comes alive at once; destroyed when the process exits.
 ///
-/// *Threads.* The root lock is the outermost of all locks. Whoever walks the tree, keeps pointers into it or makes changes
-/// in several steps holds it; the flow of data never takes it. Readers exclude each other too: the two names say what the
-/// caller means to do.
+/// *Threads.* The root lock is the outermost of all locks. Whoever walks the tree, keeps pointers into it or makes
+/// changes in several steps holds it; the flow of data never takes it. Readers exclude each other too: the two names
+/// say what the caller means to do.
 ///
 /// *Plug-ins.* Libraries are unloaded before the tree is destroyed. A host that uses plug-ins calls `clear` before it
 /// exits.

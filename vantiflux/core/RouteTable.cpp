@@ -1,6 +1,5 @@
 #include <vantiflux/core/RouteTable.h>
 
-#include <algorithm>
 #include <iterator>
 
 namespace Vantiflux {
@@ -24,21 +23,18 @@ void RouteTable::add(const std::string& from, const std::string& to) {
   byTo_.add(Labels::lower(to), &rules_.back());
 }
 
-void RouteTable::retire(const Route* route) {
-  const auto found = byKey_.find(key(route->from, route->to));
-  retired_.splice(retired_.end(), rules_, found->second);
-  byKey_.erase(found);
-}
-
 void RouteTable::erase(const Route* route) {
-  const auto position =
-      std::find_if(retired_.begin(), retired_.end(), [&](const Rule& rule) { return &rule == route; });
+  const auto found = byKey_.find(key(route->from, route->to));
+  const Position position = found->second;
+  byKey_.erase(found);
   byFrom_.erase(Labels::lower(position->from), &*position);
   byTo_.erase(Labels::lower(position->to), &*position);
-  retired_.erase(position);
+  rules_.erase(position);
 }
 
-void RouteTable::all(std::vector<Route>& routes) const { routes.assign(rules_.begin(), rules_.end()); }
+void RouteTable::all(std::vector<Route>& routes) const {
+  routes.assign(rules_.begin(), rules_.end());
+}
 
 void RouteTable::from(const std::string& label, std::vector<Route>& routes) const {
   for (const Rule* const rule : byFrom_.matching(label))

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include <vantiflux/core/Labels.h>
-#include <vantiflux/core/Route.h>
 #include <vantiflux/core/PatternIndex.h>
+#include <vantiflux/core/Route.h>
 
 namespace Vantiflux {
 
@@ -19,9 +19,6 @@ public:
   const Route* find(const std::string& from, const std::string& to) const;
   /// Needs that the route is not there yet.
   void add(const std::string& from, const std::string& to);
-  /// A retired route is not found by `find` and not listed by `all` and `first`, but still by `from` and `to`.
-  void retire(const Route* route);
-  /// Needs that the route is retired.
   void erase(const Route* route);
 
   /// Null when there is none.
@@ -40,7 +37,6 @@ private:
   static std::string key(const std::string& from, const std::string& to);
 
   std::list<Rule> rules_;
-  std::list<Rule> retired_;
   std::unordered_map<std::string, Position> byKey_; ///< by both lower-cased patterns
   PatternIndex<const Rule> byFrom_;
   PatternIndex<const Rule> byTo_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <string>
 #include <typeinfo>
 
@@ -12,9 +13,9 @@ namespace Vantiflux {
 /// the slot, and several may name the same one.
 ///
 /// *Threads.* Any thread may call any operation. Each slot has two recursive mutexes. The data mutex guards the value;
-/// an out-slot's is held while a value is delivered, so deliveries of one slot follow each other. The listeners mutex is
-/// held while listeners run. The order is: listeners mutex before data mutex of one slot, an out-slot's before those of
-/// its in-slots. Connecting and disconnecting hold the lock of structure (TreeLock) besides.
+/// an out-slot's is held while a value is delivered, so deliveries of one slot follow each other. The listeners mutex
+/// is held while listeners run. The order is: listeners mutex before data mutex of one slot, an out-slot's before those
+/// of its in-slots. Connections are guarded by the lock of structure (TreeLock), which comes before all of these.
 ///
 /// *Lifetime.* Remove a slot from its namespaces before it is destroyed; destroying it does not disconnect it.
 class VANTIFLUX_API Slot {
@@ -39,15 +40,30 @@ public:
   void listenersUnlock() const TARSIL_RELEASE(listenersMutex_) { listenersMutex_.unlock(); }
 
   /// Whether a delivery or a call of listeners is under way on some thread, this one included.
-  bool isInUse() const noexcept { return dataMutex_.isLocked() || listenersMutex_.isLocked(); }
+  bool isInUse() const noexcept {
+    return uses_.load(std::memory_order_seq_cst) != 0 || dataMutex_.isLocked() || listenersMutex_.isLocked();
+  }
 
 protected:
+  /// Marks the slot as in use for the length of a scope.
+  class Use {
+  public:
+    explicit Use(const Slot& slot) : slot_(slot) { slot_.uses_.fetch_add(1, std::memory_order_relaxed); }
+    ~Use() { slot_.uses_.fetch_sub(1, std::memory_order_seq_cst); }
+    Use(const Use&) = delete;
+    Use& operator=(const Use&) = delete;
+
+  private:
+    const Slot& slot_;
+  };
+
   Slot(std::string description, Tarsil::Mutex::Kind dataKind, Tarsil::Mutex::Kind listenersKind);
 
   mutable Tarsil::Mutex dataMutex_;
   mutable Tarsil::Mutex listenersMutex_;
 
 private:
+  mutable std::atomic<int> uses_{0};
   const std::string description_;
 };
 

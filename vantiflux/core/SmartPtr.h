@@ -8,9 +8,9 @@
 
 namespace Vantiflux {
 
-/// A counted reference to a value too large to copy, kept in a pool. Copies share the value, so whoever has passed one on
-/// must not change it any more.
-/// *Threads.* One SmartPtr object belongs to one thread at a time, its value to all who refer to it.
+/// A counted reference to a value too large to copy, kept in a pool. Copies share the value, so whoever has passed one
+/// on must not change it any more. *Threads.* One SmartPtr object belongs to one thread at a time, its value to all who
+/// refer to it.
 template <class T>
 class VANTIFLUX_API SmartPtr {
 public:

@@ -19,7 +19,7 @@ VANTIFLUX_API Tarsil::Mutex& treeMutex() noexcept;
 class TARSIL_SCOPED_CAPABILITY TreeLock {
 public:
   TreeLock() TARSIL_ACQUIRE(treeMutex()) : lock_(treeMutex(), Tarsil::Mutex::Wait::Yielding) {}
-  ~TreeLock() TARSIL_RELEASE() {}
+  ~TreeLock() TARSIL_RELEASE() = default;
 
 private:
   Tarsil::MutexLock lock_;

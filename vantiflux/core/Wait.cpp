@@ -60,6 +60,8 @@ BasicInSlot* Wait::wait() {
   }
 }
 
-void Wait::newData(BasicInSlot&) { event_.set(); }
+void Wait::newData(BasicInSlot&) {
+  event_.set();
+}
 
 } // namespace Vantiflux

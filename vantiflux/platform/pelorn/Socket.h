@@ -38,7 +38,7 @@ protected:
 private:
   friend class ServerSocket;
   explicit Socket(Descriptor accepted);
-  void connect(const Handle& handle, const SocketAddress& to, const std::string& what, const Deadline& deadline);
+  void connect(const Handle& attempt, const SocketAddress& to, const std::string& what, const Deadline& deadline);
   bool setOption(int level, int option, bool on);
 };
 

@@ -1,5 +1,6 @@
 #include <vantiflux/platform/tarsil/DynamicLibrary.h>
 
+#include <climits>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <string_view>
@@ -57,6 +58,9 @@ void DynamicLibrary::load(const char* name) {
   if (!name || !*name)
     throw Exception("A library without a name cannot be loaded");
   const std::string file = name;
+  // The linker puts the name on its stack, whatever its length. Names come from saved files.
+  if (file.size() >= PATH_MAX)
+    throw Exception("The name of a library is too long");
   std::string error;
   void* handle = nullptr;
   if (file.find('/') == std::string::npos)

@@ -7,9 +7,8 @@
 
 namespace Tarsil {
 
-/// A flag that threads can wait for. With `manualReset` it stays set, for all waiters, until `reset`; without, each `set`
-/// lets one `wait` or one successful `test` through.
-/// *Threads.* All operations from any thread.
+/// A flag that threads can wait for. With `manualReset` it stays set, for all waiters, until `reset`; without, each
+/// `set` lets one `wait` or one successful `test` through. *Threads.* All operations from any thread.
 class VANTIFLUX_API Event {
 public:
   explicit Event(bool manualReset = true, bool initiallySet = false) noexcept

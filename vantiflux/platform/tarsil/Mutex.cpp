@@ -23,7 +23,9 @@ void Mutex::lockSlow(ThreadId self, Wait wait) {
   WaitGraph::the().lock(*this, self, wait);
 }
 
-void Mutex::unlockSlow() { WaitGraph::the().unlock(*this); }
+void Mutex::unlockSlow() {
+  WaitGraph::the().unlock(*this);
+}
 
 bool Mutex::tryLock() {
   const ThreadId self = thisThread();

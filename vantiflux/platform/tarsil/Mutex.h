@@ -14,16 +14,16 @@ struct Lease;
 
 /// A recursive mutex that stays in user space while nobody contends for it.
 ///
-/// *Lending.* A tree of objects that call each other back cannot give all its locks one order. So a wait may be declared
-/// as `Yielding` or `Delivery`: a point at which the waiting thread is ready to be called back. When a chain of waiting
-/// threads closes into a ring, one of those that wait at such a point lends the mutex it owns to the thread that wants
-/// it, as if that thread's work were a call back on the lender's own stack, and goes on only when the mutex is
-/// returned. Mutual exclusion holds throughout: a lender does not run. A ring of plain waits alone is a mistake of the
-/// callers and blocks, as with any mutex.
+/// *Lending.* A tree of objects that call each other back cannot give all its locks one order. So a wait may be
+/// declared as `Yielding` or `Delivery`: a point at which the waiting thread is ready to be called back. When a chain
+/// of waiting threads closes into a ring, one of those that wait at such a point lends the mutex it owns to the thread
+/// that wants it, as if that thread's work were a call back on the lender's own stack, and goes on only when the mutex
+/// is returned. Mutual exclusion holds throughout: a lender does not run. A ring of plain waits alone is a mistake of
+/// the callers and blocks, as with any mutex.
 ///
-/// *Kinds.* A `Delivery` mutex is held while listeners run. To somebody who takes it to see deliveries end (a `Yielding`
-/// request) it is lent only when there is no other way out of the ring, because to him the lender's delivery counts as
-/// over although it is not.
+/// *Kinds.* A `Delivery` mutex is held while listeners run. To somebody who takes it to see deliveries end (a
+/// `Yielding` request) it is lent only when there is no other way out of the ring, because to him the lender's delivery
+/// counts as over although it is not.
 ///
 /// *Threads.* All operations from any thread. A mutex must not be destroyed while a thread holds it or waits for it.
 class VANTIFLUX_API TARSIL_CAPABILITY("mutex") Mutex {

@@ -11,6 +11,8 @@ void Semaphore::downSlow() noexcept {
   sleepers_.fetch_sub(1, std::memory_order_relaxed);
 }
 
-void Semaphore::wakeOne() noexcept { futexWake(count_, 1); }
+void Semaphore::wakeOne() noexcept {
+  futexWake(count_, 1);
+}
 
 } // namespace Tarsil

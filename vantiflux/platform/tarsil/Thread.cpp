@@ -44,7 +44,7 @@ bool Thread::start() {
   }
 }
 
-void Thread::enter(Thread* thread, std::shared_ptr<Run> run) {
+void Thread::enter(Thread* thread, const std::shared_ptr<Run>& run) {
   WaitGraph::the().begin(run->seen, thisThread());
   try {
     thread->main();
@@ -79,8 +79,12 @@ bool Thread::isRunning() const {
   return run_ && run_->running.load(std::memory_order_acquire);
 }
 
-void Thread::sleep(unsigned long milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
+void Thread::sleep(unsigned long milliseconds) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
 
-void Thread::yield() { std::this_thread::yield(); }
+void Thread::yield() {
+  std::this_thread::yield();
+}
 
 } // namespace Tarsil

@@ -42,7 +42,7 @@ protected:
 
 private:
   struct Run;
-  static void enter(Thread* thread, std::shared_ptr<Run> run);
+  static void enter(Thread* thread, const std::shared_ptr<Run>& run);
 
   mutable std::mutex lock_;  ///< guards run_
   std::shared_ptr<Run> run_; ///< the latest run, null before the first; shared with its thread

@@ -17,7 +17,8 @@ ThreadId WaitGraph::owner(const Mutex& mutex) {
 }
 
 Waiter* WaitGraph::find(ThreadId thread) {
-  const auto found = std::find_if(waiters_.begin(), waiters_.end(), [&](const Waiter* w) { return w->thread == thread; });
+  const auto found =
+      std::find_if(waiters_.begin(), waiters_.end(), [&](const Waiter* w) { return w->thread == thread; });
   return found == waiters_.end() ? nullptr : *found;
 }
 
@@ -76,9 +77,11 @@ bool WaitGraph::tryLock(Mutex& mutex, ThreadId self) {
   return true;
 }
 
-void WaitGraph::unlock(Mutex& mutex) {
-  const std::lock_guard guard(lock_);
-  if (Lease* const lease = mutex.lease_) {
+// The mutex goes back to a thread that sleeps, so those who wait for it now wait for that one and rings may close; and
+// the lender itself, once it has everything back, may be served where it could not before.
+void WaitGraph::giveBack(Mutex& mutex) {
+  {
+    const Lease* const lease = mutex.lease_;
     Waiter& lender = *lease->lender;
     mutex.lease_ = lease->outer;
     mutex.depth_ = lease->depth;
@@ -88,11 +91,18 @@ void WaitGraph::unlock(Mutex& mutex) {
       lender.wake.store(1, std::memory_order_release);
       futexWake(lender.wake, 1);
     }
-    return;
   }
-  const auto next = std::find_if(waiters_.begin(), waiters_.end(), [&](const Waiter* w) {
-    return w->mutex == &mutex && w->leases.empty();
-  });
+  for (Waiter* const waiter : std::vector<Waiter*>(waiters_))
+    if (std::find(waiters_.begin(), waiters_.end(), waiter) != waiters_.end())
+      breakRings(*waiter);
+}
+
+void WaitGraph::unlock(Mutex& mutex) {
+  const std::lock_guard guard(lock_);
+  if (mutex.lease_ != nullptr)
+    return giveBack(mutex);
+  const auto next = std::find_if(waiters_.begin(), waiters_.end(),
+                                 [&](const Waiter* w) { return w->mutex == &mutex && w->leases.empty(); });
   if (next == waiters_.end()) {
     const bool waited =
         std::any_of(waiters_.begin(), waiters_.end(), [&](const Waiter* w) { return w->mutex == &mutex; });

@@ -34,7 +34,7 @@ struct Waiter {
   Mutex* mutex = nullptr;   ///< what it waits for: a mutex,
   ThreadRun* run = nullptr; ///< or the end of a run
   enum class State : std::uint8_t { Asleep, Granted, Abandoned } state = State::Asleep;
-  bool passedOver = false; ///< woke once in vain: the next unlock hands the mutex over
+  bool passedOver = false;                      ///< woke once in vain: the next unlock hands the mutex over
   std::vector<std::unique_ptr<Lease>> leases{}; ///< until they are returned it does not go on
   std::atomic<std::uint32_t> wake{0};
 };
@@ -60,6 +60,7 @@ private:
   using Ring = std::vector<Waiter*>;
 
   bool acquireOrMark(Mutex& mutex, Waiter& waiter);
+  void giveBack(Mutex& mutex);
   void sleep(Waiter& waiter, std::unique_lock<std::mutex>& guard);
   void breakRings(Waiter& waiter);
   bool findRing(Waiter& from, ThreadId to, Ring& ring);
