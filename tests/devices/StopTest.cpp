@@ -203,9 +203,13 @@ public:
       while (!over)
         writer_.push(std::string("text"));
     });
+    // Nobody may be reading: a full line must not keep this thread.
+    ASSERT_EQ(::fcntl(pty_.master(), F_SETFL, O_NONBLOCK), 0);
     test::Worker line([&] {
+      char unread[4096];
       while (!over) {
         static_cast<void>(::write(pty_.master(), "line\n", 5));
+        static_cast<void>(::read(pty_.master(), unread, sizeof unread));
         std::this_thread::yield();
       }
     });
