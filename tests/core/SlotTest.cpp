@@ -207,10 +207,10 @@ TEST(BufferedInSlot, KeepsTheNewestInOrder) {
 }
 
 TEST(Wait, TakesTurnsAndWakes) {
-  Wait wait;
-  EXPECT_EQ(wait.findNonEmptyInSlot(), nullptr);
   InSlot<float> a;
   InSlot<float> b;
+  Wait wait;
+  EXPECT_EQ(wait.findNonEmptyInSlot(), nullptr);
   a.push(Data<float>(1));
   wait.addInSlot(a);
   wait.addInSlot(b);
@@ -230,8 +230,8 @@ TEST(Wait, TakesTurnsAndWakes) {
 }
 
 TEST(Wait, WithoutSlotsSleepsUntilOneComes) {
-  Wait wait;
   InSlot<float> in;
+  Wait wait;
   BasicInSlot* found = nullptr;
   std::thread reader([&] { found = wait.wait(); });
   in.push(Data<float>(1));

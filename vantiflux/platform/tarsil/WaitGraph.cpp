@@ -145,10 +145,10 @@ void WaitGraph::finish(ThreadRun& run) {
 }
 
 bool WaitGraph::join(ThreadRun& run, ThreadId self) {
-  if (run.id == self)
-    return false;
   Waiter waiter{.thread = self, .wait = Mutex::Wait::Yielding, .run = &run};
   std::unique_lock guard(lock_);
+  if (run.id == self)
+    return false;
   if (run.finished)
     return true;
   waiters_.push_back(&waiter);

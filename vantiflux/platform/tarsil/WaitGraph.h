@@ -23,8 +23,9 @@ struct Lease {
 
 /// One run of a thread, seen by those who join it.
 struct ThreadRun {
-  ThreadId id = 0;       ///< valid once the run began
-  bool finished = false; ///< guarded by the wait graph's lock
+  // Guarded by the wait graph's lock.
+  ThreadId id = 0; ///< valid once the run began
+  bool finished = false;
 };
 
 /// A thread that sleeps for a mutex or for the end of another thread. Lives on the sleeper's stack.
