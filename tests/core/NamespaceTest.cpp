@@ -201,7 +201,7 @@ TEST(Namespace, StoresFieldsUnderTheirNames) {
   ns.setFieldValue("ZETA", "3");
   std::vector<std::string> names{"stale"};
   ns.getFieldNames(names);
-  EXPECT_EQ(names, (Labels{"alpha", "ZETA"}));
+  EXPECT_EQ(names, (Labels{"alpha", "Zeta"}));
   EXPECT_EQ(ns.getFieldValue("zeta"), "3");
   ns.setFieldValues("Alpha=5 beta=\"two words\"");
   EXPECT_EQ(ns.getFieldValue("alpha"), "5");

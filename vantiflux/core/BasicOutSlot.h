@@ -53,7 +53,7 @@ protected:
   friend class Restructuring;
 
   /// Brings the connection with an in-slot into effect or, if it is no longer there, out of it (see Restructuring).
-  virtual void settle(BasicInSlot& slot, Restructuring::StopAgain again) = 0;
+  virtual void settle(BasicInSlot& slot, Restructuring::Stops stops) = 0;
   /// As in BasicInSlot.
   void announceUse(bool used, bool again);
 

@@ -55,7 +55,8 @@ void ClockNode::thread() {
     }
   } while (waitThread(200));
   timeSlot_.invalidateValue();
-  setState(Sleeping, "");
+  if (getState() == Running) // after a shutdown from inside it stays Disabled
+    setState(Sleeping, "");
 }
 
 } // namespace Vantiflux

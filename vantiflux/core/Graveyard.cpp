@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <vantiflux/core/Namespace.h>
+#include <vantiflux/core/Restructuring.h>
 #include <vantiflux/platform/tarsil/Mutex.h>
 
 namespace Vantiflux {
@@ -39,6 +40,8 @@ void Graveyard::bury(Namespace* corpse) {
     corpse->disable();
   } catch (const std::exception& e) {
     std::fprintf(stderr, "Exception while a namespace was deleted: %s\n", e.what());
+  } catch (...) {
+    std::fputs("Exception of an unknown type while a namespace was deleted\n", stderr);
   }
   {
     const TreeLock lock;
@@ -56,7 +59,10 @@ void Graveyard::bury(Namespace* corpse) {
   collect();
 }
 
+// Not in the first half of a change, which is no place for foreign destructors; the change visits when it is through.
 void Graveyard::collect() {
+  if (treeMutex().isLockedByThisThread() && Restructuring::isChanging())
+    return;
   for (;;) {
     Namespace* corpse = nullptr;
     {

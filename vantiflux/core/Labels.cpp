@@ -32,14 +32,4 @@ bool matches(std::string_view pattern, std::string_view text) {
   return matchesLower(lower(pattern), lower(text));
 }
 
-std::string literal(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    if (special.find(c) != std::string_view::npos)
-      result += '\\';
-    result += c;
-  }
-  return result;
-}
-
 } // namespace Vantiflux::Labels

@@ -23,9 +23,6 @@ VANTIFLUX_API bool matchesLower(const std::string& pattern, const std::string& t
 
 VANTIFLUX_API bool matches(std::string_view pattern, std::string_view text);
 
-/// The pattern that matches just this text.
-VANTIFLUX_API std::string literal(std::string_view text);
-
 } // namespace Labels
 
 } // namespace Vantiflux

@@ -84,6 +84,7 @@ void Namespace::enable() {
     turnAround_ = true;
   if (enabled_ || enabling_ || disabling_)
     return;
+  turnAround_ = false;
   {
     const Phase phase(enabling_);
     initialize();
@@ -113,6 +114,7 @@ void Namespace::disable() {
     turnAround_ = false;
   if (!enabled_)
     return;
+  turnAround_ = false;
   {
     const Phase phase(disabling_);
     Restructuring::run([this] {
@@ -165,7 +167,7 @@ const std::string& Namespace::addNamespace(const std::string& label, std::unique
   setDirty(true);
   if (added.enabled_)
     Restructuring::run([&added] { added.publishAll(true); });
-  if (enabled_)
+  if (enabled_ && added.parent_ == this) // a call back may have taken it away
     added.enable();
   return added.label_;
 }

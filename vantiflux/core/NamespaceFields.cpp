@@ -8,7 +8,7 @@ namespace Vantiflux {
 
 void Namespace::setFieldValue(const std::string& name, const std::string& value) {
   const std::lock_guard values(valuesLock_);
-  fields_[Labels::lower(name)] = {name, value};
+  fields_.try_emplace(Labels::lower(name), name, value).first->second.second = value; // the first spelling stays
 }
 
 std::string Namespace::getFieldValue(const std::string& name) const {

@@ -101,7 +101,7 @@ void Namespace::getRoutedInSlots(const std::string& label, std::vector<LabeledIn
   getRoutesFrom(label, routes);
   for (const Route& route : routes)
     getInSlots(route.to, slots);
-  getInSlots(Labels::literal(label), slots);
+  inSlots_.appendExact(label, slots);
 }
 
 void Namespace::getRoutedOutSlots(const std::string& label, std::vector<LabeledOutSlot>& slots) const {
@@ -110,7 +110,7 @@ void Namespace::getRoutedOutSlots(const std::string& label, std::vector<LabeledO
   getRoutesTo(label, routes);
   for (const Route& route : routes)
     getOutSlots(route.from, slots);
-  getOutSlots(Labels::literal(label), slots);
+  outSlots_.appendExact(label, slots);
 }
 
 void Namespace::addExternalRoute(const std::string& internal, const std::string& external) {

@@ -14,7 +14,7 @@ void Namespace::addSlot(const std::string& label, BasicSlot* slot) {
     return;
   const Change change(*this);
   auto& table = ThisSide::table(*this);
-  auto* entry = table.find(Labels::literal(label), slot);
+  auto* entry = table.findExact(label, slot);
   if (entry == nullptr)
     entry = &table.add(label, slot);
   if (++entry->useCount > 1)
@@ -38,7 +38,7 @@ void Namespace::removeSlotOf(const std::string& label, BasicSlot* slot) {
   using ThisSide = Side<BasicSlot>;
   const Change change(*this);
   auto& table = ThisSide::table(*this);
-  auto* entry = table.find(Labels::literal(label), slot);
+  auto* entry = table.findExact(label, slot);
   if (entry == nullptr)
     entry = table.find(label, slot); // a pattern
   if (entry == nullptr || --entry->useCount > 0)

@@ -42,9 +42,10 @@ NodeType::~NodeType() {
 Field* NodeType::getField(const std::string& name) const {
   if (numFields_ == 0)
     return nullptr;
-  if (fieldsByName_.empty())
+  std::call_once(fieldsNamed_, [this] {
     for (std::uint32_t i = 0; i < numFields_; ++i)
       fieldsByName_[Labels::lower(fields_[i].getName())] = &fields_[i];
+  });
   const auto found = fieldsByName_.find(Labels::lower(name));
   return found == fieldsByName_.end() ? nullptr : found->second;
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -62,6 +63,7 @@ private:
   std::string longDescription_;
   Field* fields_;
   std::uint32_t numFields_;
+  mutable std::once_flag fieldsNamed_;
   mutable std::map<std::string, Field*> fieldsByName_; ///< by lower-cased name, filled on first use
   Create create_;
 

@@ -72,10 +72,15 @@ int NodeWorker::run() {
 bool NodeWorker::goesOn() {
   const TreeLock lock;
   active_ = leaving_ = false;
-  if (joiners_ != 0)
+  if (joiners_ != 0) {
+    thread_.endRun();
     return false;
+  }
   const auto prepare = std::exchange(next_, nullptr);
-  return active_ = prepare && prepare();
+  active_ = prepare && prepare();
+  if (!active_)
+    thread_.endRun(); // while the lock is held: who starts next makes a thread of his own
+  return active_;
 }
 
 } // namespace Vantiflux

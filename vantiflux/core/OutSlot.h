@@ -48,14 +48,16 @@ public:
 private:
   friend class InSlot<T>;
 
-  void deliver(const Data<T>& data);
+  /// Marks the slot as delivering for `first`, and for what others store meanwhile.
+  template <class First>
+  void deliver(First&& first);
   void store(const Data<T>& data) {
     if (&data != &last_)
       last_ = data;
   }
-  void settle(BasicInSlot& slot, Restructuring::StopAgain again) override;
+  void settle(BasicInSlot& slot, Restructuring::Stops stops) override;
   void attach(InSlot<T>& in);
-  void detach(InSlot<T>& in, Restructuring::StopAgain again);
+  void detach(InSlot<T>& in, Restructuring::Stops stops);
 
   ConnectionList<InSlot<T>> connections_; ///< guarded by the lock of structure
   std::atomic<bool> connected_{false};    ///< whether there are any; written under the lock of structure
@@ -73,7 +75,7 @@ void OutSlot<T>::push(const Data<T>& data) {
     store(data);
     valid_ = true;
     if (deliverer_ == 0)
-      deliver(data);
+      deliver([&] { attached_.walk([&](InSlot<T>& in) { in.push(data); }); });
     else if (deliverer_ != Tarsil::thisThread())
       again_ = true;
   }
@@ -81,7 +83,8 @@ void OutSlot<T>::push(const Data<T>& data) {
 }
 
 template <class T>
-void OutSlot<T>::deliver(const Data<T>& data) {
+template <class First>
+void OutSlot<T>::deliver(First&& first) {
   struct Delivering {
     explicit Delivering(OutSlot& s) : slot(s) { slot.deliverer_ = Tarsil::thisThread(); }
     ~Delivering() {
@@ -90,20 +93,20 @@ void OutSlot<T>::deliver(const Data<T>& data) {
     }
     OutSlot& slot;
   } delivering(*this);
-  attached_.walk([&](InSlot<T>& in) { in.push(data); });
+  first();
   while (std::exchange(again_, false))
     attached_.walk([this](InSlot<T>& in) { in.push(last_); });
 }
 
 template <class T>
 void OutSlot<T>::setValue(const Data<T>& data) {
-  const Tarsil::MutexLock lock(dataMutex_);
+  const Tarsil::MutexLock lock(dataMutex_, Tarsil::Mutex::Wait::Delivery);
   store(data);
 }
 
 template <class T>
 Data<T> OutSlot<T>::getValue() const {
-  const Tarsil::MutexLock lock(dataMutex_);
+  const Tarsil::MutexLock lock(dataMutex_, Tarsil::Mutex::Wait::Delivery);
   return last_;
 }
 
@@ -127,24 +130,26 @@ void OutSlot<T>::disconnect(BasicInSlot* slot) {
   if (in == nullptr)
     return;
   Restructuring::run([&] {
-    const Restructuring::StopAgain again{connections_.empty(), in->connections_.empty()};
+    Restructuring::Stops stops{.outAgain = connections_.empty(), .inAgain = in->connections_.empty()};
     if (connections_.remove(in))
       attached_.remove(in);
     in->connections_.remove(this);
     connected_.store(!connections_.empty(), std::memory_order_release);
-    Restructuring::settle(*this, *in, again);
+    stops.out = connections_.empty();
+    stops.in = in->connections_.empty();
+    Restructuring::settle(*this, *in, stops);
   });
 }
 
 template <class T>
-void OutSlot<T>::settle(BasicInSlot& slot, Restructuring::StopAgain again) {
+void OutSlot<T>::settle(BasicInSlot& slot, Restructuring::Stops stops) {
   auto& in = static_cast<InSlot<T>&>(slot);
   const Use outUse(*this);
   const Use inUse(slot);
   if (connections_.find(&in) != nullptr)
     attach(in);
   else
-    detach(in, again);
+    detach(in, stops);
 }
 
 // The in-slot is told first; its listeners may part the two again at once. The latest value is delivered before the
@@ -161,7 +166,9 @@ void OutSlot<T>::attach(InSlot<T>& in) {
     connection->attached = true;
     attached_.add(&in);
     try {
-      if (valid_)
+      if (valid_ && deliverer_ == 0)
+        deliver([&] { in.push(last_); });
+      else if (valid_)
         in.push(last_);
     } catch (...) {
       failure = std::current_exception();
@@ -174,16 +181,16 @@ void OutSlot<T>::attach(InSlot<T>& in) {
 
 // Taking the data mutex is the wait for a delivery under way.
 template <class T>
-void OutSlot<T>::detach(InSlot<T>& in, Restructuring::StopAgain again) {
+void OutSlot<T>::detach(InSlot<T>& in, Restructuring::Stops stops) {
   {
     const Tarsil::MutexLock lock(dataMutex_, Tarsil::Mutex::Wait::Yielding);
     if (deliverer_ == 0)
       attached_.tidy();
   }
-  if (connections_.empty())
-    announceUse(false, again.out);
-  if (in.connections_.empty())
-    in.announceUse(false, again.in);
+  if (stops.out && connections_.empty())
+    announceUse(false, stops.outAgain);
+  if (stops.in && in.connections_.empty())
+    in.announceUse(false, stops.inAgain);
 }
 
 template <class T>

@@ -18,11 +18,11 @@ bool Restructuring::Task::concerns(const Slot& slot) const {
   return out == &slot || in == &slot || about == &slot;
 }
 
-void Restructuring::settle(BasicOutSlot& out, BasicInSlot& in, StopAgain again) {
+void Restructuring::settle(BasicOutSlot& out, BasicInSlot& in, Stops stops) {
   // What others still had to do with this pair is done here.
   for (Restructuring* other = telling_; other != nullptr; other = other->outer_)
     std::erase_if(other->tasks_, [&](const Task& task) { return task.out == &out && task.in == &in; });
-  current_->tasks_.push_back({.out = &out, .in = &in, .again = again});
+  current_->tasks_.push_back({.out = &out, .in = &in, .stops = stops});
 }
 
 void Restructuring::tell(Namespace& ns, const Slot* about, std::function<void()> call) {
@@ -70,7 +70,7 @@ void Restructuring::perform(const Task& task) {
   if (task.ns != nullptr)
     task.call();
   else
-    task.out->settle(*task.in, task.again);
+    task.out->settle(*task.in, task.stops);
 }
 
 } // namespace Vantiflux

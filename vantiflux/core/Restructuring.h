@@ -46,14 +46,20 @@ public:
     restructuring.tellAll();
   }
 
-  /// Sides of a connection that had none when it was undone, and whose stop listeners are called all the same.
-  struct StopAgain {
+  /// Whether a first half is under way; for who holds the lock of structure.
+  static bool isChanging() noexcept { return current_ != nullptr; }
+
+  /// Which sides of a connection that is undone have none left then, and which had none to begin with: the stop
+  /// listeners of the latter are called all the same.
+  struct Stops {
     bool out = false;
     bool in = false;
+    bool outAgain = false;
+    bool inAgain = false;
   };
 
   /// To be called in the first half: bring the pair's connection into effect, or out of it.
-  static void settle(BasicOutSlot& out, BasicInSlot& in, StopAgain again);
+  static void settle(BasicOutSlot& out, BasicInSlot& in, Stops stops);
   /// To be called in the first half: tell listeners of the namespace something about a slot (or about none).
   static void tell(Namespace& ns, const Slot* about, std::function<void()> call);
   /// To be called in the first half: the slot may be gone after this change, so take over all that others still have to
@@ -64,7 +70,7 @@ private:
   struct Task {
     BasicOutSlot* out = nullptr; ///< of a connection
     BasicInSlot* in = nullptr;
-    StopAgain again{};
+    Stops stops{};
     Namespace* ns = nullptr; ///< of a call
     const Slot* about = nullptr;
     std::function<void()> call{};

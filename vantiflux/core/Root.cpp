@@ -75,6 +75,7 @@ void Root::unlock() {
   if (mutex().isLastLock())
     releases_.fetch_add(1, std::memory_order_seq_cst);
   mutex().unlock();
+  Graveyard::visit();
 }
 
 void Root::failUninitialized() {

@@ -31,6 +31,24 @@ public:
     return found;
   }
 
+  /// The entry with just this label, but for case, that holds the slot.
+  Labeled* findExact(const std::string& label, const BasicSlot* slot) {
+    const auto bucket = byLabel_.find(Labels::lower(label));
+    if (bucket == byLabel_.end())
+      return nullptr;
+    for (const Position position : bucket->second)
+      if (position->slot == slot)
+        return &*position;
+    return nullptr;
+  }
+
+  /// Appends the entries with just this label, but for case.
+  void appendExact(const std::string& label, std::vector<Labeled>& result) const {
+    if (const auto bucket = byLabel_.find(Labels::lower(label)); bucket != byLabel_.end())
+      for (const Position position : bucket->second)
+        result.push_back(*position);
+  }
+
   void append(const std::string& pattern, std::vector<Labeled>& result) {
     visit(Labels::lower(pattern), [&](Labeled& entry) {
       result.push_back(entry);

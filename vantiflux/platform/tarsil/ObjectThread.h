@@ -11,6 +11,8 @@ public:
   ObjectThread(T* object, int (T::*method)()) : object_(object), method_(method) {}
   ~ObjectThread() override { join(); }
 
+  using Thread::endRun;
+
 protected:
   void main() override { (object_->*method_)(); }
 

@@ -74,6 +74,11 @@ bool Thread::join() {
   return true;
 }
 
+void Thread::endRun() {
+  const std::lock_guard guard(lock_);
+  run_->running.store(false, std::memory_order_release);
+}
+
 bool Thread::isRunning() const {
   const std::lock_guard guard(lock_);
   return run_ && run_->running.load(std::memory_order_acquire);

@@ -40,6 +40,9 @@ public:
 protected:
   virtual void main() = 0;
 
+  /// For `main` on its last steps: from here on the run does not count as running, so that `start` makes a new one.
+  void endRun();
+
 private:
   struct Run;
   static void enter(Thread* thread, const std::shared_ptr<Run>& run);
