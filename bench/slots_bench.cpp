@@ -9,6 +9,7 @@
 #include <benchmark/benchmark.h>
 #include <boost/signals2.hpp>
 
+#include <vantiflux/platform/tarsil/Semaphore.h>
 #include <vantiflux/values/SlotTypes.h>
 
 namespace {
@@ -17,9 +18,11 @@ using namespace Vantiflux;
 using Payload = Matrix4<float>;
 
 struct Popper : BasicInSlot::Listener {
-  void newData(BasicInSlot&) override { taken = slot.pop(); }
+  void newData(BasicInSlot&) override {
+    const Data<Payload> taken = slot.pop();
+    benchmark::DoNotOptimize(&taken);
+  }
   InSlot<Payload> slot;
-  Data<Payload> taken;
 };
 
 void pushToListeners(benchmark::State& state) {
@@ -35,25 +38,19 @@ void pushToListeners(benchmark::State& state) {
     out.push(data);
   state.SetItemsProcessed(state.iterations() * state.range(0));
   for (const auto& popper : poppers) {
-    benchmark::DoNotOptimize(popper->taken);
     out.disconnect(&popper->slot);
     popper->slot.removeListener(*popper);
   }
 }
 
-/// The yardstick: a subscriber stores the value under a mutex, tells itself, and takes it out under the mutex.
+/// The yardstick: a subscriber copies the payload under a mutex.
 struct Subscriber {
   void receive(const Data<Payload>& data) {
-    {
-      const std::lock_guard guard(mutex);
-      held = data;
-    }
     const std::lock_guard guard(mutex);
-    taken = held;
+    held = data;
   }
   std::mutex mutex;
   Data<Payload> held;
-  Data<Payload> taken;
 };
 
 void signals2(benchmark::State& state) {
@@ -68,7 +65,7 @@ void signals2(benchmark::State& state) {
     signal(data);
   state.SetItemsProcessed(state.iterations() * state.range(0));
   for (const auto& subscriber : subscribers)
-    benchmark::DoNotOptimize(subscriber->taken);
+    benchmark::DoNotOptimize(&subscriber->held);
 }
 
 BENCHMARK(pushToListeners)->Arg(1)->Arg(8)->Arg(64);
@@ -78,7 +75,7 @@ void stepReadClock(benchmark::State& state) {
   BasicData data;
   for (auto _ : state) {
     data.setTimeStamp();
-    benchmark::DoNotOptimize(data);
+    benchmark::DoNotOptimize(&data);
   }
 }
 
@@ -86,7 +83,7 @@ void stepMutex(benchmark::State& state) {
   Tarsil::Mutex mutex;
   for (auto _ : state) {
     mutex.lock();
-    benchmark::DoNotOptimize(mutex);
+    benchmark::ClobberMemory();
     mutex.unlock();
   }
 }
@@ -95,7 +92,7 @@ void stepRecursiveMutexOfTheCLibrary(benchmark::State& state) {
   std::recursive_mutex mutex;
   for (auto _ : state) {
     mutex.lock();
-    benchmark::DoNotOptimize(mutex);
+    benchmark::ClobberMemory();
     mutex.unlock();
   }
 }
@@ -112,9 +109,9 @@ void stepCopy(benchmark::State& state) {
   Data<Payload> from{Payload()};
   Data<Payload> to;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(from);
+    benchmark::ClobberMemory();
     to = from;
-    benchmark::DoNotOptimize(to);
+    benchmark::DoNotOptimize(&to);
   }
 }
 

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <vantiflux/core/BasicOutSlot.h>
+#include <vantiflux/platform/tarsil/Futex.h>
 
 namespace Vantiflux {
 
@@ -52,7 +53,33 @@ void BasicInSlot::removeListener(Listener& listener) {
 void BasicInSlot::interrupt() {
   const MutexLock lock(dataMutex_);
   interrupted_ = true;
-  up();
+  give();
+}
+
+void BasicInSlot::up() const {
+  const MutexLock lock(dataMutex_);
+  give();
+}
+
+void BasicInSlot::down() const {
+  const MutexLock lock(dataMutex_);
+  take();
+}
+
+void BasicInSlot::wakeReader() const {
+  wakes_.fetch_add(1, std::memory_order_relaxed);
+  Tarsil::futexWake(wakes_, 1);
+}
+
+void BasicInSlot::waitReady() const {
+  ++readers_;
+  while (ready_ == 0) {
+    const std::uint32_t seen = wakes_.load(std::memory_order_relaxed);
+    dataMutex_.unlock();
+    Tarsil::futexWait(wakes_, seen);
+    dataMutex_.lock();
+  }
+  --readers_;
 }
 
 } // namespace Vantiflux

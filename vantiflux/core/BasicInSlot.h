@@ -1,11 +1,12 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <string>
 
 #include <vantiflux/Export.h>
 #include <vantiflux/core/ListenerSet.h>
 #include <vantiflux/core/Slot.h>
-#include <vantiflux/platform/tarsil/Semaphore.h>
 
 namespace Vantiflux {
 
@@ -51,9 +52,9 @@ public:
   void addListener(Listener& listener);
   void removeListener(Listener& listener);
 
-  /// The two operations of the semaphore that counts values ready for `pop`.
-  void up() const noexcept { semaphore_.up(); }
-  void down() const noexcept { semaphore_.down(); }
+  /// The two operations of a semaphore that counts values ready for `pop`. `down` blocks while there is none.
+  void up() const;
+  void down() const;
 
   /// Wakes one reader: the next `pop` or `top` throws InterruptedException.
   void interrupt();
@@ -63,12 +64,31 @@ protected:
   /// the stop listeners of an unused slot once more if `again`. Needs the lock of structure.
   void announceUse(bool used, bool again);
 
+  /// The halves of the semaphore for who holds the data mutex, once; `take` releases it while it waits.
+  void give() const {
+    ++ready_;
+    if (readers_ != 0)
+      wakeReader();
+  }
+  void take() const {
+    if (ready_ == 0)
+      waitReady();
+    --ready_;
+  }
+
   bool interrupted_ = false; ///< guarded by the data mutex
 
 private:
+  void wakeReader() const;
+  void waitReady() const TARSIL_NO_ANALYSIS;
+
+  // Kept under the data mutex, which every reader and writer takes anyway, rather than in a semaphore of its own.
+  mutable std::uint32_t ready_ = 0;   ///< the count
+  mutable std::uint32_t readers_ = 0; ///< threads in waitReady
+  mutable std::atomic<std::uint32_t> wakes_{0};
+
   bool started_ = false;            ///< what the listeners were told last; guarded by the lock of structure
   ListenerSet<Listener> listeners_; ///< guarded by the listeners mutex
-  mutable Tarsil::Semaphore semaphore_;
 };
 
 } // namespace Vantiflux

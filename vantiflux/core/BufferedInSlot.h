@@ -49,8 +49,8 @@ Data<T> BufferedInSlot<T>::top() {
 
 template <class T>
 Data<T> BufferedInSlot<T>::pop() {
-  this->down();
   const Tarsil::MutexLock lock(this->dataMutex_);
+  this->take();
   this->checkInterrupted();
   Data<T> data = ring_[read_];
   advance(read_);
@@ -68,7 +68,7 @@ void BufferedInSlot<T>::push(const Data<T>& data) {
       advance(read_);
     } else {
       ++count_;
-      this->up();
+      this->give();
     }
     ring_[write_] = data;
     advance(write_);

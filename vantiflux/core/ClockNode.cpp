@@ -20,9 +20,8 @@ Node* ClockNode::create() {
 ClockNode::ClockNode()
     : timeSlot_("Current system time (UTC) in seconds since 1970-01-01 00:00:00 UTC"),
       worker_(*this, [this] { thread(); }) {
-  timeSlot_.addListener(*this);
   timeSlot_.setValue(Time::getCurrentTime());
-  addOutSlot("Time", &timeSlot_);
+  attachSlot("Time", timeSlot_);
   publishSlots();
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <vantiflux/core/Namespace.h>
+#include <vantiflux/platform/tarsil/Mutex.h>
 
 namespace Vantiflux {
 
@@ -51,7 +52,8 @@ void Graveyard::bury(Namespace* corpse) {
     yard().list.push_back(corpse);
     occupied_.fetch_add(1, std::memory_order_seq_cst);
   }
-  collect(); // who left it a moment ago may not have seen it here
+  Tarsil::heavyFence(); // who leaves it from now on sees it here; who left it before is seen to have left
+  collect();
 }
 
 void Graveyard::collect() {

@@ -75,8 +75,8 @@ Data<T> InSlot<T>::top() {
 
 template <class T>
 Data<T> InSlot<T>::pop() {
-  down();
   const Tarsil::MutexLock lock(dataMutex_);
+  take();
   checkInterrupted();
   empty_ = true;
   return held_;
@@ -88,7 +88,7 @@ void InSlot<T>::push(const Data<T>& data) {
     const Tarsil::MutexLock lock(dataMutex_);
     if (empty_) {
       empty_ = false;
-      up();
+      give();
     }
     if (&data != &held_)
       held_ = data;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <vector>
 
@@ -30,18 +31,18 @@ public:
 
   template <class Call>
   void forEach(Call&& call) const {
-    if (set_.empty())
-      return;
-    for (Listener* listener = set_.front(); listener != nullptr; listener = after(listener))
+    for (std::size_t at = 0; at < set_.size();) {
+      Listener* const listener = set_[at];
       call(*listener);
+      if (at < set_.size() && set_[at] == listener)
+        ++at;
+      else // it, or one before it, came or went
+        at = static_cast<std::size_t>(std::upper_bound(set_.begin(), set_.end(), listener, std::less<>()) -
+                                      set_.begin());
+    }
   }
 
 private:
-  Listener* after(Listener* last) const {
-    const auto next = std::upper_bound(set_.begin(), set_.end(), last, std::less<>());
-    return next == set_.end() ? nullptr : *next;
-  }
-
   std::vector<Listener*> set_;
 };
 

@@ -149,6 +149,16 @@ void Node::shutdown() {
   Namespace::shutdown();
 }
 
+void Node::attachSlot(const std::string& label, BasicOutSlot& slot) {
+  slot.addListener(*this);
+  addOutSlot(label, &slot);
+}
+
+void Node::attachSlot(const std::string& label, BasicInSlot& slot) {
+  slot.addListener(*this);
+  addInSlot(label, &slot);
+}
+
 void Node::publishSlots() {
   addExternalRoute("*", "{NamespaceLabel}/{SlotLabel}");
 }

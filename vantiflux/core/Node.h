@@ -17,9 +17,10 @@ namespace Vantiflux {
 /// A namespace that does work: a device driver, a filter, a service. It runs only while one of its slots is in use, has
 /// a state that people can read, and is configured through the fields of its type.
 ///
-/// A node's constructor makes its slots, registers the node as listener on each slot that is to make it run, adds them
-/// with `addOutSlot` and `addInSlot`, and publishes them with `publishSlots`. A filter overrides `newData`, which runs
-/// in the writer's thread. A device has a worker thread: ThreadedNode, or a NodeWorker of its own.
+/// A node's constructor makes its slots, adds each with `attachSlot`, which registers the node as the slot's listener
+/// (or with `addOutSlot` and `addInSlot`, if the slot is not to make the node run), and publishes them with
+/// `publishSlots`. A filter overrides `newData`, which runs in the writer's thread. A device has a worker thread:
+/// ThreadedNode, or a NodeWorker of its own.
 ///
 /// *States.* Sleeping when made and when initialised; Running and Sleeping as the node itself says; Error when it
 /// failed, with the reason in the short info; Disabled after `shutdown`.
@@ -74,6 +75,10 @@ public:
 protected:
   void initialize() override;
   void shutdown() override;
+
+  /// Adds a slot of the node's own, and registers the node as its listener, so that the node runs while it is in use.
+  void attachSlot(const std::string& label, BasicOutSlot& slot);
+  void attachSlot(const std::string& label, BasicInSlot& slot);
 
   /// Adds the external route that publishes all slots in the parent as "label of the node/label of the slot".
   void publishSlots();

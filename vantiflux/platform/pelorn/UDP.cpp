@@ -10,6 +10,7 @@
 #include <utility>
 #include <vantiflux/platform/pelorn/Deadline.h>
 #include <vantiflux/platform/pelorn/Exception.h>
+#include <vantiflux/platform/pelorn/Lookup.h>
 
 namespace Pelorn {
 
@@ -19,8 +20,8 @@ in_addr nativeAddress(const InetAddress& address) {
   return SocketAddress(address, 0).native().sin_addr;
 }
 
-InetAddress lookUp(const std::string& name, const std::string& what) {
-  const InetAddress address = name.empty() ? InetAddress::any() : InetAddress::getByName(name);
+InetAddress lookUp(const std::string& name, const std::string& what, const Notifier& stop) {
+  const InetAddress address = name.empty() ? InetAddress::any() : lookUpAddress(name, Deadline(5000), &stop);
   if (!address.isValid())
     throw IOException(what + ": unknown host " + name, EADDRNOTAVAIL);
   return address;
@@ -36,21 +37,47 @@ void UDP::open(const std::string& localAddress, std::uint16_t localPort, const s
                std::uint16_t remotePort) {
   close();
   const std::string what = "Cannot open UDP port " + localAddress + ":" + std::to_string(localPort);
-  const SocketAddress local(lookUp(localAddress, what), localPort);
-  const SocketAddress remote(lookUp(remoteAddress, what), remotePort);
-  const std::lock_guard lock(mutex_);
   // Unconnected: it hears every sender, and the refusals that a closed port sends back do not disturb it.
   Descriptor fd(::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   if (!fd)
     throw IOException(what, errno);
-  const int on = 1;
+  setBound(false, SocketAddress());
+  // From here on the look-ups can be broken or closed.
+  const auto attempt = adopt(std::move(fd), what);
+  try {
+    const SocketAddress local(lookUp(localAddress, what, attempt->stop), localPort);
+    const SocketAddress remote(lookUp(remoteAddress, what, attempt->stop), remotePort);
+    bind(*attempt, local, what);
+    setBound(true, remote.getAddress().isAny() || remotePort == 0 ? SocketAddress() : remote);
+  } catch (...) {
+    const bool canceled = broken() || handle() != attempt;
+    if (handle() == attempt)
+      close();
+    if (canceled)
+      throw IOException(what, ECANCELED);
+    throw;
+  }
+}
+
+void UDP::bind(const Handle& on, const SocketAddress& local, const std::string& what) const {
+  const std::lock_guard lock(mutex_);
+  const int reuse = 1;
   if (reuse_)
-    ::setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    ::setsockopt(on.fd(), SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
   const sockaddr_in native = local.native();
-  if (::bind(fd.get(), reinterpret_cast<const sockaddr*>(&native), sizeof native) != 0)
+  if (::bind(on.fd(), reinterpret_cast<const sockaddr*>(&native), sizeof native) != 0)
     throw IOException(what, errno);
-  adopt(std::move(fd), what);
-  remote_ = remote.getAddress().isAny() || remotePort == 0 ? SocketAddress() : remote;
+}
+
+void UDP::setBound(bool bound, const SocketAddress& remote) {
+  const std::lock_guard lock(mutex_);
+  bound_ = bound;
+  remote_ = remote;
+}
+
+bool UDP::isBound() const {
+  const std::lock_guard lock(mutex_);
+  return bound_;
 }
 
 void UDP::setReuseAddress(bool on) {
@@ -116,7 +143,7 @@ bool UDP::send(const void* data, int size) {
 
 bool UDP::sendTo(const void* data, int size, const SocketAddress& to) {
   const auto socket = handle();
-  if (!socket || !to.isValid() || size < 0 || size > maxDatagram)
+  if (!socket || !isBound() || !to.isValid() || size < 0 || size > maxDatagram)
     return false;
   const sockaddr_in native = to.native();
   // An error may be that of an earlier datagram, reported and cleared now; the second try is this one's own.

@@ -22,7 +22,8 @@ public:
   ~UDP() override;
 
   /// Closes an earlier socket and binds a new one; an empty address means every interface, port 0 a free one. A remote
-  /// address of "", or "0.0.0.0", or a remote port 0 leaves the socket without a destination. Throws `IOException`.
+  /// address of "", or "0.0.0.0", or a remote port 0 leaves the socket without a destination. Host names are looked up,
+  /// for 5 seconds each at most, which breaking and closing end. Throws `IOException`.
   void open(const std::string& localAddress, std::uint16_t localPort, const std::string& remoteAddress = std::string(),
             std::uint16_t remotePort = 0);
 
@@ -63,9 +64,13 @@ public:
 
 private:
   bool setOption(int level, int option, const void* value, unsigned size);
+  void bind(const Handle& on, const SocketAddress& local, const std::string& what) const;
+  void setBound(bool bound, const SocketAddress& remote);
+  bool isBound() const;
   bool membership(int option, const InetAddress& group, const InetAddress& interface);
 
-  mutable std::mutex mutex_; // guards remote_, reuse_
+  mutable std::mutex mutex_; // guards the members below
+  bool bound_ = false;       // nothing may be sent before that: the system would choose a port
   SocketAddress remote_;
   bool reuse_ = false;
 };

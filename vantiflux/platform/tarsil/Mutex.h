@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 #include <vantiflux/Export.h>
@@ -11,6 +12,27 @@ namespace Tarsil {
 
 class WaitGraph;
 struct Lease;
+
+/// How many threads wait for a mutex, or have lent one, by a hash of its address. Who unlocks looks here after he let
+/// go, when the mutex itself may be gone already.
+class VANTIFLUX_API Attention {
+public:
+  static std::atomic<std::uint32_t>& of(const void* mutex) noexcept {
+    return counts_[(reinterpret_cast<std::uintptr_t>(mutex) >> 4) % size];
+  }
+  /// Whether heavyFence does what it says; otherwise who unlocks does a fence of his own.
+  static bool isAsymmetric() noexcept { return asymmetric_.load(std::memory_order_relaxed); }
+
+private:
+  friend struct AttentionSetUp;
+  static constexpr std::size_t size = 512;
+  static std::atomic<std::uint32_t> counts_[size];
+  static std::atomic<bool> asymmetric_;
+};
+
+/// A full fence on every running thread of the process: other threads' stores before it are seen from here on, and
+/// their loads after it see what was stored before. Dear; it lets the frequent side do with none.
+VANTIFLUX_API void heavyFence() noexcept;
 
 /// A recursive mutex that stays in user space while nobody contends for it.
 ///
@@ -38,51 +60,55 @@ public:
   /// Blocks until this thread owns the mutex. `wait` says what the thread is ready for meanwhile.
   void lock(Wait wait = Wait::Plain) TARSIL_ACQUIRE() TARSIL_NO_ANALYSIS {
     const ThreadId self = thisThread();
-    std::uintptr_t seen = 0;
-    if (word_.compare_exchange_strong(seen, self, std::memory_order_acquire, std::memory_order_relaxed))
+    ThreadId seen = 0;
+    if (owner_.compare_exchange_strong(seen, self, std::memory_order_acquire, std::memory_order_relaxed))
       return;
-    if ((seen & ~contended) == self)
+    if (seen == self)
       ++depth_;
     else
       lockSlow(self, wait);
   }
 
+  // Lets go with a plain store. Whoever comes to wait counts himself into `attention` and then makes a heavy fence, so
+  // either he sees the store or this thread sees the count.
   void unlock() TARSIL_RELEASE() TARSIL_NO_ANALYSIS {
     if (depth_ != 0) {
       --depth_;
       return;
     }
-    std::uintptr_t seen = thisThread();
-    // Sequentially consistent: who leaves a delivery looks next whether somebody waits for that (see Graveyard).
-    if (!word_.compare_exchange_strong(seen, 0, std::memory_order_seq_cst, std::memory_order_relaxed))
-      unlockSlow();
+    const std::atomic<std::uint32_t>& attention = Attention::of(this);
+    if (attention.load(std::memory_order_relaxed) != 0)
+      return unlockSlow();
+    if (Attention::isAsymmetric())
+      owner_.store(0, std::memory_order_release);
+    else
+      owner_.exchange(0, std::memory_order_seq_cst);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    if (attention.load(std::memory_order_seq_cst) != 0)
+      wake(this);
   }
 
   bool tryLock() TARSIL_TRY_ACQUIRE(true) TARSIL_NO_ANALYSIS;
 
-  /// Whether any thread owns the mutex now; true at once for the thread that owns it, a snapshot for all others.
-  bool isLocked() const noexcept { return (word_.load(std::memory_order_seq_cst) & ~contended) != 0; }
-  /// Whether any thread owns the mutex or waits for it; a snapshot.
-  bool isInUse() const noexcept { return word_.load(std::memory_order_seq_cst) != 0; }
+  /// Whether any thread owns the mutex now; a snapshot for all but the owner.
+  bool isLocked() const noexcept { return owner_.load(std::memory_order_seq_cst) != 0; }
+  /// Whether any thread owns the mutex or waits for it; a snapshot. Dear.
+  bool isInUse() const noexcept;
   /// Whether its owner has lent it, now or further out.
   bool isLent() const noexcept { return lease_.load(std::memory_order_seq_cst) != nullptr; }
   /// For the owner: whether the next `unlock` releases the mutex to anybody who wants it.
   bool isLastLock() const noexcept { return depth_ == 0 && !isLent(); }
-  bool isLockedByThisThread() const noexcept {
-    return (word_.load(std::memory_order_relaxed) & ~contended) == thisThread();
-  }
+  bool isLockedByThisThread() const noexcept { return owner_.load(std::memory_order_relaxed) == thisThread(); }
 
 private:
   friend class WaitGraph;
 
-  /// Set in `word_` while a thread waits or a lease is open: locking and unlocking then go through the wait graph.
-  static constexpr std::uintptr_t contended = 1;
-
   void lockSlow(ThreadId self, Wait wait);
   void unlockSlow();
+  static void wake(const Mutex* mutex);
 
-  std::atomic<std::uintptr_t> word_{0}; ///< owner's ThreadId or 0, and the contended bit
-  std::uint32_t depth_ = 0;             ///< locks beyond the first; the owner's
+  std::atomic<ThreadId> owner_{0};
+  std::uint32_t depth_ = 0; ///< locks beyond the first; the owner's
   const Kind kind_;
   std::atomic<Lease*> lease_{nullptr}; ///< to whom it goes back, innermost first; written under the wait graph's lock
 };

@@ -13,7 +13,7 @@ WaitGraph& WaitGraph::the() {
 }
 
 ThreadId WaitGraph::owner(const Mutex& mutex) {
-  return mutex.word_.load(std::memory_order_acquire) & ~Mutex::contended;
+  return mutex.owner_.load(std::memory_order_acquire);
 }
 
 Waiter* WaitGraph::find(ThreadId thread) {
@@ -22,37 +22,25 @@ Waiter* WaitGraph::find(ThreadId thread) {
   return found == waiters_.end() ? nullptr : *found;
 }
 
-// Takes the mutex if it is free; otherwise marks it, so that its owner's unlock comes here.
-bool WaitGraph::acquireOrMark(Mutex& mutex, Waiter& waiter) {
-  std::uintptr_t seen = mutex.word_.load(std::memory_order_relaxed);
-  for (;;) {
-    if ((seen & ~Mutex::contended) == 0 && waiter.leases.empty()) {
-      const std::uintptr_t taken = waiter.thread | (seen & Mutex::contended);
-      if (mutex.word_.compare_exchange_weak(seen, taken, std::memory_order_acquire, std::memory_order_relaxed))
-        return true;
-    } else if ((seen & Mutex::contended) != 0 ||
-               mutex.word_.compare_exchange_weak(seen, seen | Mutex::contended, std::memory_order_acquire,
-                                                 std::memory_order_relaxed)) {
-      return false;
-    }
-  }
-}
-
-// Clears the contended mark of a mutex that this thread owns when nobody needs it any more.
-void WaitGraph::settle(Mutex& mutex) {
-  if (mutex.lease_ != nullptr ||
-      std::any_of(waiters_.begin(), waiters_.end(), [&](const Waiter* w) { return w->mutex == &mutex; }))
-    return;
-  mutex.word_.fetch_and(~Mutex::contended, std::memory_order_relaxed);
+// Takes the mutex if it is free and the waiter has back what it lent.
+bool WaitGraph::acquire(Mutex& mutex, const Waiter& waiter) {
+  ThreadId seen = 0;
+  return waiter.leases.empty() && mutex.owner_.compare_exchange_strong(seen, waiter.thread, std::memory_order_seq_cst,
+                                                                       std::memory_order_relaxed);
 }
 
 void WaitGraph::lock(Mutex& mutex, ThreadId self, Mutex::Wait wait) {
   Waiter waiter{.thread = self, .wait = wait, .mutex = &mutex};
   std::unique_lock guard(lock_);
+  std::atomic<std::uint32_t>& attention = Attention::of(&mutex);
+  attention.fetch_add(1, std::memory_order_seq_cst);
+  heavyFence();
   bool waits = false;
   while (waiter.state != Waiter::State::Granted) {
-    if (acquireOrMark(mutex, waiter))
+    if (acquire(mutex, waiter)) {
+      std::erase(waiters_, &waiter);
       break;
+    }
     if (!waits) {
       waits = true;
       waiters_.push_back(&waiter);
@@ -62,19 +50,7 @@ void WaitGraph::lock(Mutex& mutex, ThreadId self, Mutex::Wait wait) {
     sleep(waiter, guard);
     waiter.passedOver = true;
   }
-  if (waits && waiter.state != Waiter::State::Granted)
-    std::erase(waiters_, &waiter);
-  settle(mutex);
-}
-
-bool WaitGraph::tryLock(Mutex& mutex, ThreadId self) {
-  Waiter waiter{.thread = self, .wait = Mutex::Wait::Plain, .mutex = &mutex};
-  const std::lock_guard guard(lock_);
-  std::uintptr_t seen = mutex.word_.load(std::memory_order_relaxed);
-  if ((seen & ~Mutex::contended) != 0 || !acquireOrMark(mutex, waiter))
-    return false;
-  settle(mutex);
-  return true;
+  attention.fetch_sub(1, std::memory_order_relaxed);
 }
 
 // The mutex goes back to a thread that sleeps, so those who wait for it now wait for that one and rings may close; and
@@ -85,11 +61,11 @@ void WaitGraph::giveBack(Mutex& mutex) {
     Waiter& lender = *lease->lender;
     mutex.lease_ = lease->outer;
     mutex.depth_ = lease->depth;
-    mutex.word_.store(lender.thread | Mutex::contended, std::memory_order_release);
+    mutex.owner_.store(lender.thread, std::memory_order_release);
+    Attention::of(&mutex).fetch_sub(1, std::memory_order_relaxed);
     std::erase_if(lender.leases, [&](const auto& open) { return open.get() == lease; });
     if (lender.leases.empty()) { // it may go on: let it look again at what it waits for
-      lender.wake.store(1, std::memory_order_release);
-      futexWake(lender.wake, 1);
+      rouse(lender);
     }
   }
   for (Waiter* const waiter : std::vector<Waiter*>(waiters_))
@@ -97,34 +73,51 @@ void WaitGraph::giveBack(Mutex& mutex) {
       breakRings(*waiter);
 }
 
+Waiter* WaitGraph::firstServable(const Mutex* mutex) {
+  const auto first = std::find_if(waiters_.begin(), waiters_.end(),
+                                  [&](const Waiter* w) { return w->mutex == mutex && w->leases.empty(); });
+  return first == waiters_.end() ? nullptr : *first;
+}
+
 void WaitGraph::unlock(Mutex& mutex) {
   const std::lock_guard guard(lock_);
   if (mutex.lease_ != nullptr)
     return giveBack(mutex);
-  const auto next = std::find_if(waiters_.begin(), waiters_.end(),
-                                 [&](const Waiter* w) { return w->mutex == &mutex && w->leases.empty(); });
-  if (next == waiters_.end()) {
-    const bool waited =
-        std::any_of(waiters_.begin(), waiters_.end(), [&](const Waiter* w) { return w->mutex == &mutex; });
-    mutex.word_.store(waited ? Mutex::contended : 0, std::memory_order_seq_cst);
-  } else if ((*next)->passedOver) {
-    Waiter& heir = **next;
-    mutex.word_.store(heir.thread | Mutex::contended, std::memory_order_seq_cst);
-    grant(heir, Waiter::State::Granted);
-  } else {
-    Waiter& first = **next;
-    mutex.word_.store(Mutex::contended, std::memory_order_seq_cst);
-    first.wake.store(1, std::memory_order_release);
-    futexWake(first.wake, 1);
+  Waiter* const next = firstServable(&mutex);
+  if (next != nullptr && next->passedOver) {
+    mutex.owner_.store(next->thread, std::memory_order_seq_cst);
+    grant(*next, Waiter::State::Granted);
+    return;
   }
+  mutex.owner_.store(0, std::memory_order_seq_cst);
+  if (next != nullptr)
+    rouse(*next);
+}
+
+// Whoever is found to wait at this address waits for a mutex that lives, be it another one by now: to be roused in vain
+// does no harm.
+void WaitGraph::wake(const Mutex* mutex) {
+  const std::lock_guard guard(lock_);
+  if (Waiter* const next = firstServable(mutex); next != nullptr && owner(*next->mutex) == 0)
+    rouse(*next);
+}
+
+bool WaitGraph::isAwaited(const Mutex& mutex) {
+  const std::lock_guard guard(lock_);
+  return std::any_of(waiters_.begin(), waiters_.end(), [&](const Waiter* w) { return w->mutex == &mutex; });
+}
+
+// Lets a sleeper look again.
+void WaitGraph::rouse(Waiter& waiter) {
+  waiter.wake.store(1, std::memory_order_release);
+  futexWake(waiter.wake, 1);
 }
 
 // Ends a wait: from here on the thread counts as running.
 void WaitGraph::grant(Waiter& waiter, Waiter::State state) {
   waiter.state = state;
   std::erase(waiters_, &waiter);
-  waiter.wake.store(1, std::memory_order_release);
-  futexWake(waiter.wake, 1);
+  rouse(waiter);
 }
 
 void WaitGraph::sleep(Waiter& waiter, std::unique_lock<std::mutex>& guard) {
@@ -147,8 +140,7 @@ void WaitGraph::finish(ThreadRun& run) {
   run.finished = true;
   for (Waiter* const waiter : std::vector<Waiter*>(waiters_))
     if (waiter->run == &run) {
-      waiter->wake.store(1, std::memory_order_release);
-      futexWake(waiter->wake, 1);
+      rouse(*waiter);
     }
 }
 
@@ -237,7 +229,8 @@ bool WaitGraph::lend(Waiter& to, Waiter* lender) {
   lender->leases.push_back(std::make_unique<Lease>(Lease{&mutex, lender, mutex.depth_, mutex.lease_.load()}));
   mutex.lease_ = lender->leases.back().get();
   mutex.depth_ = 0;
-  mutex.word_.store(to.thread | Mutex::contended, std::memory_order_release);
+  Attention::of(&mutex).fetch_add(1, std::memory_order_relaxed);
+  mutex.owner_.store(to.thread, std::memory_order_release);
   grant(to, Waiter::State::Granted);
   return true;
 }

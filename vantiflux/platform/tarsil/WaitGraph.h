@@ -46,8 +46,11 @@ public:
   static WaitGraph& the();
 
   void lock(Mutex& mutex, ThreadId self, Mutex::Wait wait);
-  bool tryLock(Mutex& mutex, ThreadId self);
+  /// By the owner, who lets go.
   void unlock(Mutex& mutex);
+  /// By a thread that has let go of what was a mutex then; it may be gone.
+  void wake(const Mutex* mutex);
+  bool isAwaited(const Mutex& mutex);
 
   /// Waits for the end of a run. Returns false when the wait was given up because that run waits, in the end, for this
   /// thread and no mutex could be lent to part them.
@@ -59,7 +62,8 @@ private:
   /// A step of a ring: `waiter` waits for something that the thread of the next step must give.
   using Ring = std::vector<Waiter*>;
 
-  bool acquireOrMark(Mutex& mutex, Waiter& waiter);
+  static bool acquire(Mutex& mutex, const Waiter& waiter);
+  Waiter* firstServable(const Mutex* mutex);
   void giveBack(Mutex& mutex);
   void sleep(Waiter& waiter, std::unique_lock<std::mutex>& guard);
   void breakRings(Waiter& waiter);
@@ -69,7 +73,7 @@ private:
   bool lend(Waiter& to, Waiter* lender);
   Waiter* find(ThreadId thread);
   void grant(Waiter& waiter, Waiter::State state);
-  void settle(Mutex& mutex);
+  static void rouse(Waiter& waiter);
   static ThreadId owner(const Mutex& mutex);
 
   std::mutex lock_;              ///< guards everything below, every Waiter and every Mutex::lease_

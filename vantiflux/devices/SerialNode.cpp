@@ -1,0 +1,122 @@
+#include <vantiflux/devices/SerialNode.h>
+
+#include <iterator>
+
+#include <vantiflux/devices/DeviceText.h>
+#include <vantiflux/platform/pelorn/Exception.h>
+#include <vantiflux/values/SlotTypes.h>
+
+namespace Vantiflux {
+
+const char* const SerialNode::typeName_ = "Serial";
+const char* const SerialNode::author_ = "The Vantiflux developers";
+const char* const SerialNode::shortDescription_ = "Reads from and writes to a serial port.";
+const char* const SerialNode::longDescription_ = "Publishes what arrives at a serial port as messages, cut by a "
+                                                 "delimiter, by length or by pauses, and sends texts to it.";
+
+using N = SerialNode;
+Field SerialNode::fields_[] = {
+    fieldRow<N>("Device", "A number starting at 0 specifying the serial interface to use.", "0", &N::setDevice,
+                &N::getDevice),
+    fieldRow<N>(
+        "BaudRate",
+        "Baud rate of the serial port. Possible values are 110, 300, 600, 1200, 2400, 4800, 9600, 19200, 38400, "
+        "57600 or 115200.",
+        "9600", &N::setBaudRate, &N::getBaudRate),
+    fieldRow<N>("DataBits",
+                "Number of data bits used for the communication on the serial port. Possible values are 7 or 8.", "8",
+                &N::setDataBits, &N::getDataBits),
+    fieldRow<N>("Parity",
+                "Type of parity used for the communication on the serial port. Possible values are even, odd or none.",
+                "none", &N::setParity, &N::getParity),
+    fieldRow<N>("StopBits",
+                "Number of stop bits used for the communication on the serial port. Possible values are 1 or 2.", "1",
+                &N::setStopBits, &N::getStopBits),
+    fieldRow<N>("Handshake", "Type of handshake (flow control). Possible values are none, hardware or software.",
+                "none", &N::setHandshake, &N::getHandshake),
+    fieldRow<N>("DTR", "The status of the DTR line.", "true", &N::setDTR, &N::getDTR),
+    fieldRow<N>("RTS", "The status of the RTS line.", "true", &N::setRTS, &N::getRTS),
+    fieldRow<N>("InitString", "A initialisation string that is send to the serial device to start operation.", "",
+                &N::setInitString, &N::getInitString),
+    fieldRow<N>("DeinitString", "A deinitialisation string that is send to the serial device to stop operation.", "",
+                &N::setDeinitString, &N::getDeinitString),
+    delimiterRow<N>(),
+    maxBytesRow<N>(),
+};
+NodeType SerialNode::type_(typeName_, &SerialNode::create, author_, shortDescription_, longDescription_, fields_,
+                           std::size(fields_));
+
+Node* SerialNode::create() {
+  return new SerialNode;
+}
+
+SerialNode::SerialNode() : ByteStreamNode("Sends data to serial port", "Receives data from the serial port") {}
+
+SerialNode::~SerialNode() {
+  disable();
+  SerialNode::stop();
+}
+
+void SerialNode::start() {
+  startWorker([this] { return openPort(); });
+}
+
+void SerialNode::stop() {
+  stopWorker([this] { port_.breakWait(); });
+}
+
+bool SerialNode::openPort() {
+  port_.resetWait();
+  port_.setDevice(getDevice());
+  const std::string path = port_.getDevicePath();
+  const std::string name = path.empty() ? getDevice() : path;
+  try {
+    applySettings();
+    port_.open();
+  } catch (const Pelorn::Exception& e) {
+    addLog(e.what());
+    setState(Error, "Cannot open serial port " + name);
+    return false;
+  }
+  port_.setDTR(getDTR());
+  port_.setRTS(getRTS());
+  outlet_.hold();
+  setState(Sleeping, "Operating on " + name);
+  return true;
+}
+
+void SerialNode::applySettings() {
+  const auto need = [](bool known, const char* field, const std::string& value) {
+    if (!known)
+      throw Pelorn::Exception(std::string(field) + " cannot be \"" + value + "\"");
+  };
+  need(port_.setBitsPerSecond(getBaudRate()), "BaudRate", std::to_string(getBaudRate()));
+  need(port_.setDataBits(getDataBits()), "DataBits", std::to_string(getDataBits()));
+  need(port_.setParity(getParity()), "Parity", getParity());
+  need(port_.setStopBits(getStopBits()), "StopBits", std::to_string(getStopBits()));
+  need(port_.setHandshake(getHandshake()), "Handshake", getHandshake());
+}
+
+void SerialNode::closePort() {
+  outlet_.close();
+  port_.setDTR(false);
+  port_.setRTS(false);
+  stream_.close();
+}
+
+void SerialNode::thread() {
+  struct Closing {
+    ~Closing() { node.closePort(); }
+    SerialNode& node;
+  } const closing{*this};
+  talk(
+      stream_, [this] { setState(Running); },
+      [this](const std::string& message) { dataOut_.push(DeviceText::latin1ToUTF8(message)); });
+}
+
+void SerialNode::sayGoodbye(Pelorn::StreamBuf& stream) {
+  reportEnd();
+  stream.sendFinal(getDeinitString(), finalSendTime);
+}
+
+} // namespace Vantiflux

@@ -1,0 +1,127 @@
+#include <vantiflux/devices/TCPServerNode.h>
+
+#include <iterator>
+#include <utility>
+
+#include <vantiflux/platform/pelorn/Exception.h>
+#include <vantiflux/platform/pelorn/StreamBuf.h>
+#include <vantiflux/values/SlotTypes.h>
+
+namespace Vantiflux {
+
+const char* const TCPServerNode::typeName_ = "TCPServer";
+const char* const TCPServerNode::author_ = "The Vantiflux developers";
+const char* const TCPServerNode::shortDescription_ = "Exchanges data with a TCP client.";
+const char* const TCPServerNode::longDescription_ = "Waits for a TCP client, publishes what it sends as messages, cut "
+                                                    "by a delimiter, by length or by pauses, and sends "
+                                                    "texts to it.";
+
+using N = TCPServerNode;
+Field TCPServerNode::fields_[] = {
+    fieldRow<N>("Address",
+                "Address of the network interface the server listens at for clients. When you do not specify this "
+                "parameter, the server listens at the default network interface.",
+                "", &N::setAddress, &N::getAddress),
+    fieldRow<N>("Port",
+                "Port the server listens at for clients. When you do not specify this parameter, the server "
+                "automatically chooses an available port.",
+                "0", &N::setPort, &N::getPort),
+    fieldRow<N>("InitString", "A initialization string that is send to the client after opening the connection.", "",
+                &N::setInitString, &N::getInitString),
+    fieldRow<N>("DeinitString", "A deinitialization string that is send to the client before closing the connection.",
+                "", &N::setDeinitString, &N::getDeinitString),
+    delimiterRow<N>(),
+    maxBytesRow<N>(),
+};
+NodeType TCPServerNode::type_(typeName_, &TCPServerNode::create, author_, shortDescription_, longDescription_, fields_,
+                              std::size(fields_));
+
+Node* TCPServerNode::create() {
+  return new TCPServerNode;
+}
+
+TCPServerNode::TCPServerNode() : ByteStreamNode("Sends data to the client", "Receives data from the client") {}
+
+TCPServerNode::~TCPServerNode() {
+  disable();
+  stopWork();
+}
+
+void TCPServerNode::initialize() {
+  Node::initialize();
+  startWorker([this] { return openListener(); });
+}
+
+void TCPServerNode::shutdown() {
+  stopWork();
+  Node::shutdown();
+}
+
+bool TCPServerNode::openListener() {
+  listener_.resetWait();
+  try {
+    listener_.open(getAddress(), getPort());
+  } catch (const Pelorn::Exception& e) {
+    setState(Error, std::string("Cannot open server - ") + e.what());
+    return false;
+  }
+  return true;
+}
+
+// The listener first: the worker looks at it after it has made a client known.
+void TCPServerNode::stopWork() {
+  stopWorker([this] {
+    listener_.breakWait();
+    const Tarsil::MutexLock lock(clientMutex_);
+    if (client_ != nullptr)
+      client_->breakWait();
+  });
+}
+
+void TCPServerNode::thread() {
+  struct Closing {
+    ~Closing() { listener.close(); }
+    Pelorn::ServerSocket& listener;
+  } const closing{listener_};
+  try {
+    serveClients();
+  } catch (const Pelorn::Exception& e) {
+    setState(Error, e.what());
+  }
+}
+
+void TCPServerNode::serveClients() {
+  while (!listener_.broken()) {
+    const Pelorn::SocketAddress local = listener_.getLocalAddress();
+    setState(Running, "Waiting for client on " + local.getHostAddress() + ":" + std::to_string(local.getServicePort()));
+    if (auto client = listener_.accept())
+      serve(std::move(client));
+  }
+}
+
+void TCPServerNode::serve(std::unique_ptr<Pelorn::Socket> client) {
+  client->setTcpNoDelay(true);
+  client->setKeepAlive(true);
+  Pelorn::StreamBuf stream(*client);
+  struct Known { // for as long as this function may be interrupted
+    Known(TCPServerNode& n, Pelorn::Socket* socket) : node(n) { set(socket); }
+    ~Known() { set(nullptr); }
+    void set(Pelorn::Socket* socket) {
+      const Tarsil::MutexLock lock(node.clientMutex_);
+      node.client_ = socket;
+    }
+    TCPServerNode& node;
+  } const known(*this, client.get());
+  if (listener_.broken())
+    return;
+  talk(
+      stream,
+      [&] {
+        const Pelorn::SocketAddress remote = client->getRemoteAddress();
+        setState(Running, "Communicating with client from " + remote.getHostName() + ":" +
+                              std::to_string(remote.getServicePort()));
+      },
+      [this](const std::string& message) { dataOut_.push(message); });
+}
+
+} // namespace Vantiflux
