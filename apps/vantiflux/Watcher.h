@@ -52,8 +52,8 @@ private:
   const std::vector<std::string> patterns_;
   const Sink sink_;
 
-  Vantiflux::Wait wait_;
   Vantiflux::InSlot<bool> stop_; ///< gets a value when the printer is to end
+  Vantiflux::Wait wait_;         ///< after the slot, which it listens to until its end
 
   mutable std::mutex mutex_;     ///< guards the list; taken inside the lock of structure, never around it
   std::vector<Watched> watched_; ///< changed with the lock of structure held as well

@@ -13,17 +13,18 @@ std::atomic<long> allocations{0};
 
 } // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: g++ would see half of a pair in a caller and take the two for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   ++allocations;
   if (void* const memory = std::malloc(size))
     return memory;
   throw std::bad_alloc();
 }
 
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
-void operator delete(void* memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
   std::free(memory);
 }
 
