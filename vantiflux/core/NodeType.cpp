@@ -64,6 +64,8 @@ NodeType* NodeType::internalFindType(const std::string& name) {
 NodeType* NodeType::findType(const std::string& name) {
   if (NodeType* const type = internalFindType(name))
     return type;
+  if (name.find('/') != std::string::npos)
+    return nullptr; // a file that is loaded must not name libraries by their paths
   const std::string library =
       std::string(Tarsil::DynamicLibrary::defaultPrefix) + name + Tarsil::DynamicLibrary::defaultSuffix;
   return loadLib(name + ".vfx") || loadLib(library) ? internalFindType(name) : nullptr;
