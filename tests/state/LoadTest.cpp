@@ -100,7 +100,7 @@ TEST(StateLoad, SetsDeclaredAndUnknownFields) {
   EXPECT_FLOAT_EQ(1e-3f, node.getGain());
   EXPECT_EQ("the last", node.getFieldValue("NOBODY"));
   const std::string saved = save(space);
-  EXPECT_NE(std::string::npos, saved.find("<Parameter name=\"nobody\" value=\"the last\"/>")) << saved;
+  EXPECT_NE(std::string::npos, saved.find("<Parameter name=\"Nobody\" value=\"the last\"/>")) << saved;
   EXPECT_EQ(std::string::npos, saved.find("Port"));
 }
 
