@@ -8,16 +8,22 @@
 namespace Tarsil {
 
 void Event::set() noexcept {
-  state_.store(1, std::memory_order_seq_cst);
-  if (sleepers_.load(std::memory_order_seq_cst) != 0)
-    futexWake(state_, manualReset_ ? INT_MAX : 1);
+  const bool wakeAll = manualReset_;
+  if (state_.exchange(State::set, std::memory_order_acq_rel) == State::awaited)
+    futexWake(state_, wakeAll ? INT_MAX : 1);
 }
 
-bool Event::test() noexcept {
+void Event::reset() noexcept {
+  std::uint32_t expected = State::set;
+  state_.compare_exchange_strong(expected, State::unset, std::memory_order_acq_rel);
+}
+
+// Whether the event is set; an automatic one is left in the state `after` then.
+bool Event::take(std::uint32_t after) noexcept {
   if (manualReset_)
-    return state_.load(std::memory_order_acquire) != 0;
-  std::uint32_t expected = 1;
-  return state_.compare_exchange_strong(expected, 0, std::memory_order_acquire);
+    return state_.load(std::memory_order_acquire) == State::set;
+  std::uint32_t expected = State::set;
+  return state_.compare_exchange_strong(expected, after, std::memory_order_acq_rel);
 }
 
 bool Event::wait(int milliseconds) noexcept {
@@ -25,19 +31,20 @@ bool Event::wait(int milliseconds) noexcept {
     return true;
   using Clock = std::chrono::steady_clock;
   const auto deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
-  bool set = false;
-  sleepers_.fetch_add(1, std::memory_order_seq_cst);
-  while (!(set = test())) {
+  // Who has slept cannot know whether others still do, so he leaves word that they may.
+  while (!take(State::awaited)) {
     int left = -1;
     if (milliseconds >= 0) {
       left = static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count());
       if (left <= 0)
-        break;
+        return false;
     }
-    futexWait(state_, 0, left);
+    std::uint32_t expected = State::unset;
+    if (state_.compare_exchange_strong(expected, State::awaited, std::memory_order_acq_rel) ||
+        expected == State::awaited)
+      futexWait(state_, State::awaited, left);
   }
-  sleepers_.fetch_sub(1, std::memory_order_relaxed);
-  return set;
+  return true;
 }
 
 } // namespace Tarsil

@@ -8,16 +8,16 @@
 namespace Tarsil {
 
 /// A counting semaphore; both halves stay in user space unless a thread has to sleep or to be woken.
-/// *Threads.* All operations from any thread. Every `up` lets one `down` through.
+/// *Threads.* All operations from any thread. Every `up` lets one `down` through. Who came through may destroy the
+/// semaphore, although the `up` that let him has not returned yet.
 class VANTIFLUX_API Semaphore {
 public:
-  explicit Semaphore(std::uint32_t count = 0) noexcept : count_(count) {}
+  explicit Semaphore(std::uint32_t count = 0) noexcept : state_(count) {}
   Semaphore(const Semaphore&) = delete;
   Semaphore& operator=(const Semaphore&) = delete;
 
   void up() noexcept {
-    count_.fetch_add(1, std::memory_order_seq_cst);
-    if (sleepers_.load(std::memory_order_seq_cst) != 0)
+    if (state_.fetch_add(1, std::memory_order_acq_rel) >= sleeper)
       wakeOne();
   }
 
@@ -28,19 +28,21 @@ public:
   }
 
   bool tryDown() noexcept {
-    std::uint32_t count = count_.load(std::memory_order_relaxed);
-    while (count != 0)
-      if (count_.compare_exchange_weak(count, count - 1, std::memory_order_acquire, std::memory_order_relaxed))
+    std::uint64_t state = state_.load(std::memory_order_relaxed);
+    while (static_cast<std::uint32_t>(state) != 0)
+      if (state_.compare_exchange_weak(state, state - 1, std::memory_order_acquire, std::memory_order_relaxed))
         return true;
     return false;
   }
 
 private:
+  static constexpr std::uint64_t sleeper = std::uint64_t{1} << 32;
+
   void downSlow() noexcept;
   void wakeOne() noexcept;
 
-  std::atomic<std::uint32_t> count_;
-  std::atomic<std::uint32_t> sleepers_{0}; ///< threads in downSlow
+  /// The count in the lower half, threads in downSlow in the upper: one word, so that `up` touches the semaphore once.
+  std::atomic<std::uint64_t> state_;
 };
 
 } // namespace Tarsil
