@@ -40,11 +40,11 @@ void ClockNode::start() {
 }
 
 void ClockNode::stop() {
-  if (worker_.stop([this] { wait_.signal(); }))
-    wait_.close();
+  worker_.stop([this] { wait_.signal(); });
 }
 
 void ClockNode::thread() {
+  const Pelorn::Wait::Closing closing(wait_);
   setState(Running, "");
   std::time_t last = 0;
   do {
