@@ -8,7 +8,7 @@ namespace Vantiflux {
 class Node;
 
 /// What people are told of node class N before they have one, and how one is made. The class derives from this besides
-/// from its kind of node, and its source says:
+/// from its kind of node, and its source says, in this namespace:
 ///
 ///     template <> const char* const NodeDescription<PumpNode>::typeName_ = "Pump";
 ///     template <> const char* const NodeDescription<PumpNode>::shortDescription_ = "Moves water.";

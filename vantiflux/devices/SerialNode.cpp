@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include <vantiflux/devices/Allowance.h>
 #include <vantiflux/devices/DeviceText.h>
 #include <vantiflux/platform/pelorn/Exception.h>
 #include <vantiflux/values/SlotTypes.h>
@@ -122,7 +123,9 @@ void SerialNode::thread() {
 
 void SerialNode::sayGoodbye(Pelorn::StreamBuf& stream) {
   reportEnd();
-  stream.sendFinal(getDeinitString(), finalSendTime);
+  Allowance allowance(finalSendTime);
+  allowance.spend([&](int left) { return stream.sendFinal(getDeinitString(), left); });
+  allowance.spend([&](int left) { return stream.finish(left); }); // before the control lines fall
 }
 
 } // namespace Vantiflux

@@ -17,18 +17,15 @@ template <>
 const char* const NodeDescription<N>::shortDescription_ = "Exchanges data with a TCP server.";
 template <>
 const char* const NodeDescription<N>::longDescription_ =
-    "Connects to a TCP server, publishes what it sends as messages, "
-    "cut by a delimiter, by length or by pauses, and sends "
-    "texts to it.";
+    "Connects to a TCP server, publishes what it sends as messages, cut by a delimiter, by length or by pauses, and "
+    "sends texts to it. Connects again when the connection is lost.";
 
 template <>
 Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("Address", "Address of the machine the node connects to. ", "", &N::setAddress, &N::getAddress),
     fieldRow<N>("Port", "Port the node connects to", "0", &N::setPort, &N::getPort),
-    fieldRow<N>("InitString", "A initialization string that is send to the server after opening the connection.", "",
-                &N::setInitString, &N::getInitString),
-    fieldRow<N>("DeinitString", "A deinitialization string that is send to the server before closing the connection.",
-                "", &N::setDeinitString, &N::getDeinitString),
+    N::initStringRow<N>("server"),
+    N::deinitStringRow<N>("server"),
     N::delimiterRow<N>(),
     N::maxBytesRow<N>(),
 };

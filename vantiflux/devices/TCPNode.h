@@ -3,6 +3,8 @@
 #include <string>
 
 #include <vantiflux/Export.h>
+#include <vantiflux/core/Field.h>
+#include <vantiflux/core/FieldRow.h>
 #include <vantiflux/core/Setting.h>
 #include <vantiflux/devices/ByteStreamNode.h>
 #include <vantiflux/platform/pelorn/Socket.h>
@@ -23,6 +25,20 @@ public:
   std::string getAddress() const { return address_.get(); }
   void setPort(unsigned short port) { port_.set(port); }
   unsigned short getPort() const { return port_.get(); }
+
+  /// The rows of these fields, with the word for the other end.
+  template <class N>
+  static Field initStringRow(const std::string& peer) {
+    return fieldRow<N>("InitString",
+                       "A initialization string that is send to the " + peer + " after opening the connection.", "",
+                       &TCPNode::setInitString, &TCPNode::getInitString);
+  }
+  template <class N>
+  static Field deinitStringRow(const std::string& peer) {
+    return fieldRow<N>("DeinitString",
+                       "A deinitialization string that is send to the " + peer + " before closing the connection.", "",
+                       &TCPNode::setDeinitString, &TCPNode::getDeinitString);
+  }
 
 protected:
   using ByteStreamNode::ByteStreamNode;

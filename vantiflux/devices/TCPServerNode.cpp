@@ -16,10 +16,9 @@ const char* const NodeDescription<N>::typeName_ = "TCPServer";
 template <>
 const char* const NodeDescription<N>::shortDescription_ = "Exchanges data with a TCP client.";
 template <>
-const char* const NodeDescription<N>::longDescription_ =
-    "Waits for a TCP client, publishes what it sends as messages, cut "
-    "by a delimiter, by length or by pauses, and sends "
-    "texts to it.";
+const char* const NodeDescription<N>::longDescription_ = "Waits for a TCP client, publishes what it sends as messages, "
+                                                         "cut by a delimiter, by length or by pauses, and sends "
+                                                         "texts to it. Serves one client at a time.";
 
 template <>
 Field NodeDescription<N>::fields_[] = {
@@ -31,10 +30,8 @@ Field NodeDescription<N>::fields_[] = {
                 "Port the server listens at for clients. When you do not specify this parameter, the server "
                 "automatically chooses an available port.",
                 "0", &N::setPort, &N::getPort),
-    fieldRow<N>("InitString", "A initialization string that is send to the client after opening the connection.", "",
-                &N::setInitString, &N::getInitString),
-    fieldRow<N>("DeinitString", "A deinitialization string that is send to the client before closing the connection.",
-                "", &N::setDeinitString, &N::getDeinitString),
+    N::initStringRow<N>("client"),
+    N::deinitStringRow<N>("client"),
     N::delimiterRow<N>(),
     N::maxBytesRow<N>(),
 };

@@ -125,6 +125,10 @@ void Serial::close() {
   saved_.reset();
 }
 
+void Serial::finish(const Handle& on, const Deadline& deadline) {
+  sendOut(on.fd(), deadline);
+}
+
 void Serial::setDevice(const std::string& device) {
   const std::lock_guard lock(settingsMutex_);
   device_ = device;

@@ -85,6 +85,10 @@ public:
   static bool toBaudRate(int bitsPerSecond, BaudRate& rate) noexcept;
   static int toBitsPerSecond(BaudRate rate) noexcept;
 
+protected:
+  /// Waits until the line has sent what was written.
+  void finish(const Handle& on, const Deadline& deadline) override;
+
 private:
   struct Settings {
     BaudRate rate = Baud9600;
