@@ -159,7 +159,7 @@ void InlineNode::take(const Source& source, const std::string& document) {
 
 void InlineNode::fail(const Source& source, const std::string& text) {
   setState(Error, text);
-  addLog(source.url.toString() + ": " + text);
+  addLog(source.url->label() + ": " + text);
 }
 
 } // namespace Vantiflux

@@ -28,7 +28,7 @@ namespace Vantiflux {
 ///
 /// *Failure.* A URL that cannot be parsed or opened sets the state Error, with the reason in the log, and so does a
 /// file that would end up in itself, that is more than maxNesting files deep, or one too many of those that include
-/// each other, by number or by length (see InclusionShare); what the node held stays. What is wrong in a file leaves
+/// each other, by number (256) or by length (256 MiB); what the node held stays. What is wrong in a file leaves
 /// through `enable`, as StateKeeperXML::load throws it; what is wrong in a web server's document sets the state Error.
 class VANTIFLUX_API InlineNode : public Node, public NodeDescription<InlineNode> {
 public:

@@ -16,13 +16,6 @@ void initialiseCurl() {
   std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
 }
 
-/// The URL without user name and password, for messages.
-std::string shown(const std::string& url) {
-  const CurlURL parsed(url);
-  std::string host, path;
-  return parsed.get(CURLUPART_HOST, host) && parsed.get(CURLUPART_PATH, path) ? host + path : "URL";
-}
-
 /// Called by the library with a piece of the document; a result other than the size ends the transfer. No exception may
 /// leave it.
 std::size_t append(char* data, std::size_t, std::size_t size, void* target) noexcept {
@@ -114,6 +107,12 @@ std::shared_ptr<const URLImpl> URLHTTP::resolve(const std::string& reference) co
   return parse(whole);
 }
 
+std::string URLHTTP::label() const {
+  const CurlURL parsed(url_);
+  std::string host, path;
+  return parsed.get(CURLUPART_HOST, host) && parsed.get(CURLUPART_PATH, path) ? host + path : "URL";
+}
+
 std::string URLHTTP::read(const Notifier* stop) const {
   initialiseCurl();
   const std::unique_ptr<CURL, void (*)(CURL*)> handle(curl_easy_init(), curl_easy_cleanup);
@@ -123,14 +122,14 @@ std::string URLHTTP::read(const Notifier* stop) const {
   configure(handle.get(), url_, document);
   const CURLcode result = Transfer(handle.get()).run(stop);
   if (result == CURLE_WRITE_ERROR || result == CURLE_FILESIZE_EXCEEDED)
-    throw Exception("Cannot load " + shown(url_) + ": longer than " + std::to_string(maxDocument) + " bytes");
+    throw Exception("Cannot load " + label() + ": longer than " + std::to_string(maxDocument) + " bytes");
   if (result == CURLE_HTTP_RETURNED_ERROR) {
     long status = 0;
     curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);
-    throw Exception("Cannot load " + shown(url_) + ": status " + std::to_string(status));
+    throw Exception("Cannot load " + label() + ": status " + std::to_string(status));
   }
   if (result != CURLE_OK)
-    throw Exception("Cannot load " + shown(url_) + ": " + curl_easy_strerror(result));
+    throw Exception("Cannot load " + label() + ": " + curl_easy_strerror(result));
   return document;
 }
 

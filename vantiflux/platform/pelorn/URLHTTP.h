@@ -16,6 +16,7 @@ public:
   static std::shared_ptr<const URLHTTP> parse(const std::string& url);
 
   std::string toString() const override { return url_; }
+  std::string label() const override;
   std::string read(const Notifier* stop = nullptr) const override;
   bool mayBlock() const noexcept override { return true; }
   std::shared_ptr<const URLImpl> resolve(const std::string& reference) const override;

@@ -39,6 +39,8 @@ public:
 
   /// The absolute form, special characters percent-coded.
   virtual std::string toString() const = 0;
+  /// The same for messages: without user name and password.
+  virtual std::string label() const { return toString(); }
   /// The whole document. Throws `Exception`. May block as the kind states, and then only until `stop` (if any) is
   /// signalled.
   virtual std::string read(const Notifier* stop = nullptr) const = 0;
