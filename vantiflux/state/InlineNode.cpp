@@ -95,7 +95,7 @@ void InlineNode::stopWork() {
 // The nodes in a file are initialised after the file has been loaded, or while it is still being loaded into a tree
 // that is enabled: both the nodes above this one and the documents that this thread is loading tell where it stands.
 std::string InlineNode::objection(const std::string& identity) {
-  const std::string ring = "The file includes itself";
+  const char* const ring = "The file includes itself";
   if (OpenDocument::isOpen(identity))
     return ring;
   std::shared_ptr<InclusionTotal> total;

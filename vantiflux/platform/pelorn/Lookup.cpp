@@ -60,7 +60,7 @@ private:
       return found->second;
     if (running_.size() >= maxRunning)
       return nullptr;
-    const auto job = std::make_shared<Job>(patience_);
+    auto job = std::make_shared<Job>(patience_);
     const auto entry = running_.emplace(key, job).first;
     try {
       std::thread([this, job, entry] { run(*job, entry); }).detach();
