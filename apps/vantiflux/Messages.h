@@ -8,8 +8,8 @@ namespace Host {
 /// up for half a second at most; then the message is lost.
 void tell(std::string_view message);
 
-/// Writes all of a command's result to standard output, blocking. Throws Vantiflux::Exception when it cannot be written;
-/// false, without a word, when nobody reads it any more.
+/// Writes all of a command's result to standard output, blocking. Throws Vantiflux::Exception when it cannot be
+/// written; false, without a word, when nobody reads it any more.
 bool print(std::string_view text);
 
 /// The same exception for a write that failed with that error number.

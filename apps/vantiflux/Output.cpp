@@ -113,6 +113,7 @@ private:
         const std::lock_guard lock(mutex_);
         failure_ = error;
         lines_.clear();
+        dropped_ = 0;
         return false;
       }
       text.remove_prefix(static_cast<std::size_t>(written));

@@ -14,8 +14,8 @@ namespace Host {
 std::string timeText(Vantiflux::BasicData::TimeStamp timeStamp);
 
 /// An in-slot that turns each value that arrives into text as people read it: components between blanks, lists in
-/// brackets, images and sound as a summary, what is long cut short. Of a type that is not the library's own, the name of
-/// the type is told.
+/// brackets, images and sound as a summary, what is long cut short. Of a type that is not the library's own, the name
+/// of the type is told.
 class TextSlot : private Vantiflux::BasicInSlot::Listener {
 public:
   /// Called in the writer's thread.

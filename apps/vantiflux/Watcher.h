@@ -22,8 +22,8 @@ namespace Host {
 /// that it comes from run. An in-slot goes with the last out-slot that leads to it. Where a pattern meets a route to
 /// another pattern, there are in-slots for the labels that the namespace has and for those that are watched by name.
 ///
-/// *Threads.* The sink is called by the threads that push values, several at a time. Make and destroy it without holding
-/// the lock of structure.
+/// *Threads.* The sink is called by the threads that push values, several at a time. Make and destroy it without
+/// holding the lock of structure.
 class Watcher : private Vantiflux::Namespace::Listener {
 public:
   /// Takes a value as text. It must not block, nor call back into the tree.

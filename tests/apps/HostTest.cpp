@@ -48,7 +48,8 @@ std::string contents(const std::string& file) {
 }
 
 TEST(Host, PrintsWatchedValuesUntilItIsInterrupted) {
-  for (const auto& [signal, watched, label] : {std::tuple(SIGINT, "clock/*", "Clock/Time"), {SIGTERM, "time", "Time"}}) {
+  for (const auto& [signal, watched, label] :
+       {std::tuple(SIGINT, "clock/*", "Clock/Time"), {SIGTERM, "time", "Time"}}) {
     Process process(host({"run", clockTree, "--watch", watched}));
     const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\t)" + std::string(label) +
                           R"(\t\w{3} \w{3} \d+ \d\d:\d\d:\d\d \d{4}\n)");
@@ -113,9 +114,10 @@ TEST(Host, CanBeInterruptedWhileTheTreeIsStillLoading) {
   const Folder folder;
   const test::SilentServer server;
   const std::string url = "http://127.0.0.1:" + std::to_string(server.port()) + "/tree.vfx";
-  const std::string tree =
-      folder.write("tree.vfx", "<Vantiflux versionMajor=\"1\"><Node label=\"a\" type=\"Inline\"><Parameter name=\"URL\" "
-                               "value=\"" + url + "\"/></Node></Vantiflux>");
+  const std::string tree = folder.write(
+      "tree.vfx", "<Vantiflux versionMajor=\"1\"><Node label=\"a\" type=\"Inline\"><Parameter name=\"URL\" "
+                  "value=\"" +
+                      url + "\"/></Node></Vantiflux>");
   for (const std::string& file : {url, tree}) {
     Process process(host({"run", file, "--save-on-exit", folder.file("half.vfx")}));
     const int connection = server.accept(); // it waits for the answer now

@@ -16,9 +16,9 @@ struct Foreign {};
 } // namespace
 
 template <>
-const char* Vantiflux::TypeName<Foreign>::getName() {
-  return "Foreign";
-}
+struct Vantiflux::TypeName<Foreign> {
+  static const char* getName() { return "Foreign"; }
+};
 
 namespace {
 
