@@ -67,8 +67,6 @@ bool Namespace::isInUse() const {
   return false;
 }
 
-// What is asked for from inside, by something that `initialize`, `shutdown` or a child calls back, takes effect when
-// the operation under way is through.
 // Who has lent the root lock counts on his pointers when he gets it back: what a borrower takes out of the tree is kept
 // until the lock is released.
 void Namespace::keepForLender() {
