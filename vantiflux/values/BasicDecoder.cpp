@@ -1,10 +1,19 @@
 #include <vantiflux/values/BasicDecoder.h>
 
+#include <istream>
+
+#include <vantiflux/platform/pelorn/Gather.h>
+
 namespace Vantiflux {
 
 PendingValue::~PendingValue() = default;
 
-BasicDecoder::BasicDecoder() : stream_(&buffer_) {}
+struct BasicDecoder::Stream {
+  Pelorn::ViewBuf buffer;
+  std::istream stream{&buffer};
+};
+
+BasicDecoder::BasicDecoder() = default;
 
 BasicDecoder::~BasicDecoder() = default;
 
@@ -13,9 +22,11 @@ void BasicDecoder::initialize(const std::string& label, const std::string&) {
 }
 
 void BasicDecoder::decodeAndPush(std::string_view bytes, unsigned long timeStamp) {
-  buffer_.setView(bytes);
-  stream_.clear();
-  decodeAndPush(stream_, timeStamp);
+  if (stream_ == nullptr)
+    stream_ = std::make_unique<Stream>();
+  stream_->buffer.setView(bytes);
+  stream_->stream.clear();
+  decodeAndPush(stream_->stream, timeStamp);
 }
 
 std::unique_ptr<PendingValue> BasicDecoder::begin(std::string_view&, std::size_t) {

@@ -1,14 +1,13 @@
 #pragma once
 
 #include <cstddef>
-#include <istream>
+#include <iosfwd>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include <vantiflux/Export.h>
-#include <vantiflux/platform/pelorn/Gather.h>
 
 namespace Vantiflux {
 
@@ -68,9 +67,8 @@ public:
 
 private:
   std::string label_;
-  // Making a stream costs more than decoding a small value, so this one is kept.
-  Pelorn::ViewBuf buffer_;
-  std::istream stream_;
+  struct Stream;
+  std::unique_ptr<Stream> stream_; ///< made at first use and kept: that costs more than to decode a small value
 };
 
 } // namespace Vantiflux

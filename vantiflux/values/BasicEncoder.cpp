@@ -1,8 +1,15 @@
 #include <vantiflux/values/BasicEncoder.h>
 
+#include <ostream>
+
 namespace Vantiflux {
 
-BasicEncoder::BasicEncoder() : stream_(&buffer_) {}
+struct BasicEncoder::Stream {
+  Pelorn::GatherBuf buffer;
+  std::ostream stream{&buffer};
+};
+
+BasicEncoder::BasicEncoder() = default;
 
 BasicEncoder::~BasicEncoder() = default;
 
@@ -11,13 +18,11 @@ void BasicEncoder::initialize(const std::string& label, const std::string&) {
 }
 
 unsigned long BasicEncoder::popAndEncode(Pelorn::Gather& target) {
-  struct Target {
-    Target(Pelorn::GatherBuf& b, Pelorn::Gather& t) : buffer(b) { buffer.setTarget(&t); }
-    ~Target() { buffer.setTarget(nullptr); }
-    Pelorn::GatherBuf& buffer;
-  } const scope(buffer_, target);
-  stream_.clear();
-  return popAndEncode(stream_);
+  if (stream_ == nullptr)
+    stream_ = std::make_unique<Stream>();
+  stream_->buffer.setTarget(&target);
+  stream_->stream.clear();
+  return popAndEncode(stream_->stream);
 }
 
 } // namespace Vantiflux

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <iosfwd>
-#include <ostream>
+#include <memory>
 #include <string>
 
 #include <vantiflux/Export.h>
@@ -51,9 +51,8 @@ public:
 
 private:
   std::string label_;
-  // Making a stream costs more than encoding a small value, so this one is kept.
-  Pelorn::GatherBuf buffer_;
-  std::ostream stream_;
+  struct Stream;
+  std::unique_ptr<Stream> stream_; ///< made at first use and kept: that costs more than to encode a small value
 };
 
 } // namespace Vantiflux

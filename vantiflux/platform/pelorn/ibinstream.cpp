@@ -1,6 +1,7 @@
 #include <vantiflux/platform/pelorn/ibinstream.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Pelorn {
 
@@ -41,20 +42,24 @@ std::size_t ibinstream::available() const {
   return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
+bool ibinstream::readText(std::string& text, std::size_t size) {
+  std::string read;
+  while (read.size() < size) {
+    const std::size_t done = read.size();
+    const std::size_t more = std::min(size - done, std::max(available(), step));
+    read.resize(done + more);
+    if (!readAll(read.data() + done, more))
+      return false;
+  }
+  text = std::move(read);
+  return true;
+}
+
 ibinstream& ibinstream::operator>>(std::string& value) {
   unsigned int size = 0;
   *this >> size;
-  if (!*this)
-    return *this;
-  std::string text;
-  while (text.size() < size) {
-    const std::size_t done = text.size();
-    const std::size_t more = std::min<std::size_t>(size - done, std::max(available(), step));
-    text.resize(done + more);
-    if (!readAll(text.data() + done, more))
-      return *this;
-  }
-  value = std::move(text);
+  if (*this)
+    readText(value, size);
   return *this;
 }
 

@@ -34,7 +34,7 @@ public:
   }
   ibinstream& operator>>(std::string& value);
 
-  /// Reads a run of numbers, without a count, and returns how many came whole; the rest stays as it was.
+  /// Reads a run of numbers, without a count, and returns how many came whole. One that came in part is a wrong one.
   template <WireNumber T>
     requires(!std::same_as<T, bool>)
   std::size_t readRun(T* values, std::size_t count) {
@@ -43,6 +43,9 @@ public:
 
   /// Bytes as they are. False if there are fewer; those are in place then.
   bool read(void* bytes, std::size_t size) { return readAll(bytes, size); }
+
+  /// As many bytes as they are, in a new text. False if there are fewer; the text stays as it was then.
+  bool readText(std::string& text, std::size_t size);
 
   /// How many bytes are certainly there, without waiting: all that are left when the stream reads from memory.
   std::size_t available() const;
