@@ -7,6 +7,7 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
+#include "CodecsCommand.h"
 #include "RunCommand.h"
 #include "TypesCommand.h"
 #include "ValueText.h"
@@ -42,6 +43,9 @@ int run(int argc, char** argv) {
   CLI::App* const typesCommand = app.add_subcommand("types", "List the node types, or describe one with its fields");
   typesCommand->add_option("NAME", type, "The type to describe");
 
+  const CLI::App* const codecsCommand =
+      app.add_subcommand("codecs", "List the binary encodings of values, by name, with the type that they are for");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -50,6 +54,8 @@ int run(int argc, char** argv) {
 
   if (runCommand->parsed())
     Host::runTree(options);
+  else if (codecsCommand->parsed())
+    Host::listCodecs(std::cout);
   else if (type.empty())
     Host::listTypes(std::cout);
   else

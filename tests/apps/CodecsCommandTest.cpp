@@ -1,0 +1,19 @@
+#include "../../apps/vantiflux/CodecsCommand.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(CodecsCommand, ListsNamesWithTheirTypes) {
+  std::ostringstream text;
+  Host::listCodecs(text);
+  const std::string lines = text.str();
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 40) << lines;
+  EXPECT_TRUE(lines.starts_with("MFBool       Vantiflux::SmartPtr&lt;Vantiflux::MFBool&gt;\n")) << lines;
+  EXPECT_NE(lines.find("\nSFInt32      long\n"), std::string::npos) << lines;
+}
+
+} // namespace
