@@ -256,7 +256,7 @@ TEST(Codec, BringsBackRandomValues) {
   expectRoundTrip(Ends<SmartPtr<std::vector<bool>>>("MFBool"), pooled(std::move(bits)));
 }
 
-// As 1080p video does it: the pixels stay where they are on the way out.
+// Their pixels stay where they are, and alive.
 TEST(Codec, HandsOverLargeImagesWithoutCopies) {
   const Ends<SmartPtr<Image>> ends("SFImage");
   auto frame = image(640, 480, Image::RGB24);
