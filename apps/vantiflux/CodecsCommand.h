@@ -1,10 +1,10 @@
 #pragma once
 
-#include <ostream>
+#include <string>
 
 namespace Host {
 
-/// Lists the codecs, one line each: name and value type.
-void listCodecs(std::ostream& stream);
+/// All codecs, one line each: name and value type.
+std::string listCodecs();
 
 } // namespace Host
