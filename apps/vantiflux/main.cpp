@@ -8,6 +8,7 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
+#include "CodecsCommand.h"
 #include "Messages.h"
 #include "RunCommand.h"
 #include "TypesCommand.h"
@@ -52,6 +53,9 @@ int run(int argc, char** argv) {
   CLI::App* const typesCommand = app.add_subcommand("types", "Describe the node types with their fields");
   typesCommand->add_option("NAME", type, "The one type to describe, which may stand in a plug-in");
 
+  const CLI::App* const codecsCommand =
+      app.add_subcommand("codecs", "List the binary encodings of values, by name, with the type that they are for");
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -62,6 +66,8 @@ int run(int argc, char** argv) {
     Host::runTree(options);
     return 0;
   }
+  if (codecsCommand->parsed())
+    return Host::print(Host::listCodecs()) ? 0 : 1;
   return Host::print(type.empty() ? Host::describeTypes() : Host::describeType(type)) ? 0 : 1;
 }
 
