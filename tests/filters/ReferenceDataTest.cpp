@@ -1,16 +1,14 @@
 // The calibration table as text and in files.
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <filters/Support.h>
+#include <gtest/gtest.h>
+#include <platform/support.h>
+#include <sys/stat.h>
 #include <vantiflux/filters/EqualizeNode.h>
 
 namespace {
@@ -83,19 +81,6 @@ TEST(ReferenceData, ABadTokenEndsTheTable) {
   EXPECT_TRUE(Parsed(records(2050)).failed);
 }
 
-class Folder {
-public:
-  Folder() : path_(std::filesystem::temp_directory_path() / ("vantiflux_filters_" + std::to_string(getpid()))) {
-    std::filesystem::create_directory(path_);
-  }
-  ~Folder() { std::filesystem::remove_all(path_); }
-  std::string operator/(const std::string& name) const { return path_ / name; }
-  std::string path() const { return path_; }
-
-private:
-  std::filesystem::path path_;
-};
-
 std::string contents(const std::string& file) {
   std::ostringstream text;
   text << std::ifstream(file).rdbuf();
@@ -103,22 +88,23 @@ std::string contents(const std::string& file) {
 }
 
 TEST(ReferenceData, WhatCannotBeTakenChangesNothing) {
-  const Folder folder;
+  const TemporaryFolder folder;
+  const auto file = [&folder](const char* name) { return (folder.path() / name).string(); };
   EqualizeNode node;
   node.setFieldValue("ReferenceData", records(66));
   EXPECT_EQ(node.getState(), Node::Sleeping);
-  std::ofstream(folder / "empty");
-  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  folder.write("empty", "");
+  ASSERT_EQ(mkfifo(file("pipe").c_str(), 0600), 0);
   const std::string unreadable = "File with reference data empty or not readable: ";
-  for (const auto& [text, error] : std::vector<std::pair<std::string, std::string>>{
-           {"file:", unreadable},
-           {"file:" + folder.path(), unreadable + folder.path()},
-           {"file:" + (folder / "missing"), unreadable + (folder / "missing")},
-           {"file:" + (folder / "empty"), unreadable + (folder / "empty")},
-           {"file:" + (folder / "pipe"), unreadable + (folder / "pipe")},
-           {"file:/dev/zero", unreadable + "/dev/zero"},
-           {records(64), "Can't parse reference data."},
-           {"fil", "Can't parse reference data."}}) {
+  for (const auto& [text, error] :
+       std::vector<std::pair<std::string, std::string>>{{"file:", unreadable},
+                                                        {"file:" + file(""), unreadable + file("")},
+                                                        {"file:" + file("missing"), unreadable + file("missing")},
+                                                        {"file:" + file("empty"), unreadable + file("empty")},
+                                                        {"file:" + file("pipe"), unreadable + file("pipe")},
+                                                        {"file:/dev/zero", unreadable + "/dev/zero"},
+                                                        {records(64), "Can't parse reference data."},
+                                                        {"fil", "Can't parse reference data."}}) {
     node.setState(Node::Running, "");
     node.setFieldValue("ReferenceData", text);
     EXPECT_EQ(node.getState(), Node::Error);
@@ -133,7 +119,7 @@ TEST(ReferenceData, WhatCannotBeTakenChangesNothing) {
 }
 
 TEST(ReferenceData, TheDefaultFileIsLookedForAtTheStart) {
-  const Folder folder;
+  const TemporaryFolder folder;
   setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1); // nothing there
   unsetenv("VANTIFLUX_CALIBRATION_PATH");
   Rig<EqualizeNode> rig;
@@ -141,18 +127,19 @@ TEST(ReferenceData, TheDefaultFileIsLookedForAtTheStart) {
   EXPECT_EQ(rig.node().getShortInfo(), "No reference data: all positions are zero");
   EXPECT_EQ(rig.send(makePose({1, 2, 3}, {1, 0, 0}, 1)).position, Vector());
 
-  std::ofstream(folder / "calibration.cln") << records(80);
-  setenv("VANTIFLUX_CALIBRATION_PATH", ("/nowhere::" + folder.path()).c_str(), 1);
+  folder.write("calibration.cln", records(80));
+  setenv("VANTIFLUX_CALIBRATION_PATH", ("/nowhere::" + folder.path().string()).c_str(), 1);
   rig.restart();
   EXPECT_EQ(rig.node().getShortInfo(), "Equalizing with 79 reference points");
   EXPECT_EQ(rig.node().getReferenceData(), records(80));
   unsetenv("VANTIFLUX_CALIBRATION_PATH");
 
   EXPECT_NEAR(rig.send(makePose({3, 2, 0.5F}, {1, 0, 0}, 1)).position.x, 17, 0.01F);
-  rig.node().saveReferenceData(folder / "saved");
-  EXPECT_EQ(contents(folder / "saved"), records(80));
-  rig.node().saveCoefficients(folder / "coefficients");
-  std::istringstream lines(contents(folder / "coefficients"));
+  const std::string saved = folder.write("saved", "");
+  rig.node().saveReferenceData(saved);
+  EXPECT_EQ(contents(saved), records(80));
+  rig.node().saveCoefficients(saved);
+  std::istringstream lines(contents(saved));
   std::vector<std::string> all;
   for (std::string line; std::getline(lines, line);)
     all.push_back(line);

@@ -1,10 +1,9 @@
 // Fields are set, and nodes stopped and started, while two threads write to streams of a node, one of them shared.
 #include <array>
 #include <atomic>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <filters/Support.h>
@@ -65,7 +64,7 @@ TEST(Settings, ChangeWhileValuesFlow) {
       if (auto* const equalizer = dynamic_cast<EqualizeNode*>(&node); equalizer != nullptr && round < 10)
         equalizer->initCoefficients();
       if (round % 2 == 0)
-        node.disable(); // at the second time it starts again
+        node.disable();
       else
         node.enable();
     }

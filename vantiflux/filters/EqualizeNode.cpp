@@ -147,7 +147,7 @@ void EqualizeNode::setReferenceData(const std::string& text) {
 }
 
 std::string EqualizeNode::getReferenceData() const {
-  const std::lock_guard guard(lock_);
+  const Tarsil::MutexLock guard(lock_);
   return referenceData_;
 }
 
@@ -165,19 +165,19 @@ void EqualizeNode::setReferenceData(const std::vector<Vec3<float>>& reality, con
 
 void EqualizeNode::install(ReferenceTable table, const std::string* text) {
   auto fresh = std::make_shared<const ReferenceTable>(std::move(table));
-  const std::lock_guard guard(lock_);
+  const Tarsil::MutexLock guard(lock_);
   std::swap(table_, fresh);
   if (text != nullptr)
     referenceData_ = *text;
 }
 
 std::shared_ptr<const ReferenceTable> EqualizeNode::table() const {
-  const std::lock_guard guard(lock_);
+  const Tarsil::MutexLock guard(lock_);
   return table_;
 }
 
 std::shared_ptr<const RadialBasis> EqualizeNode::fit() const {
-  const std::lock_guard guard(lock_);
+  const Tarsil::MutexLock guard(lock_);
   return fit_;
 }
 
@@ -210,7 +210,7 @@ void EqualizeNode::initCoefficients() {
   auto fresh = std::make_shared<const RadialBasis>();
   if (points->size() != 0)
     fresh = std::make_shared<const RadialBasis>(*points, rSquare_);
-  const std::lock_guard guard(lock_);
+  const Tarsil::MutexLock guard(lock_);
   std::swap(fit_, fresh);
 }
 
@@ -240,9 +240,10 @@ void EqualizeNode::equalize(Matrix4<float>& m) const {
 void EqualizeNode::filterPose(std::size_t stream, Matrix4<float>& pose) {
   equalize(pose);
   const Pose parts = splitPose(pose);
-  streams_[stream].out.push(pose);
-  streams_[stream].orientation.push(parts.rotation);
-  streams_[stream].position.push(parts.position);
+  const BasicData::TimeStamp time = now();
+  streams_[stream].out.push({pose, time});
+  streams_[stream].orientation.push({parts.rotation, time});
+  streams_[stream].position.push({parts.position, time});
 }
 
 Vec3<float> EqualizeNode::getRealityPos(int index) const {

@@ -4,13 +4,13 @@
 #include <cstddef>
 #include <istream>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include <vantiflux/Export.h>
 #include <vantiflux/core/Field.h>
 #include <vantiflux/filters/PoseFilterNode.h>
+#include <vantiflux/platform/tarsil/Mutex.h>
 
 namespace Vantiflux {
 
@@ -111,10 +111,10 @@ private:
   static NodeType type_;
 
   std::atomic<float> rSquare_{0.001F};
-  mutable std::mutex lock_; ///< innermost; guards the text and the two pointers, what they point to never changes
-  std::string referenceData_;
-  std::shared_ptr<const ReferenceTable> table_;
-  std::shared_ptr<const RadialBasis> fit_;
+  mutable Tarsil::Mutex lock_; ///< innermost; guards the text and the two pointers, what they point to never changes
+  std::string referenceData_ TARSIL_GUARDED_BY(lock_);
+  std::shared_ptr<const ReferenceTable> table_ TARSIL_GUARDED_BY(lock_);
+  std::shared_ptr<const RadialBasis> fit_ TARSIL_GUARDED_BY(lock_);
 };
 
 } // namespace Vantiflux

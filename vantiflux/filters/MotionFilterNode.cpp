@@ -84,13 +84,13 @@ void MotionFilterNode::filterPart(History& history, Rotation& r) {
 
 void MotionFilterNode::filter(int slotIndex, Vec3<float>& v) {
   History& history = this->history(slotIndex);
-  const std::lock_guard guard(history.lock);
+  const Tarsil::MutexLock guard(history.lock);
   filterPart(history, v);
 }
 
 void MotionFilterNode::filter(int slotIndex, Rotation& r) {
   History& history = this->history(slotIndex);
-  const std::lock_guard guard(history.lock);
+  const Tarsil::MutexLock guard(history.lock);
   filterPart(history, r);
 }
 
@@ -98,21 +98,22 @@ void MotionFilterNode::filter(int slotIndex, Matrix4<float>& m) {
   History& history = this->history(slotIndex);
   Pose pose = splitPose(m);
   {
-    const std::lock_guard guard(history.lock);
+    const Tarsil::MutexLock guard(history.lock);
     filterPart(history, pose.position);
     filterPart(history, pose.rotation);
   }
   m = poseMatrix(pose);
   Stream& stream = streams_[static_cast<std::size_t>(slotIndex)];
-  stream.out.push(m);
-  stream.position.push(pose.position);
-  stream.orientation.push(pose.rotation);
+  const BasicData::TimeStamp time = now();
+  stream.out.push({m, time});
+  stream.position.push({pose.position, time});
+  stream.orientation.push({pose.rotation, time});
 }
 
 void MotionFilterNode::resize(PartName name, std::uint32_t size) {
   for (History& history : histories_) {
     auto fresh = std::make_unique<Filter>(size);
-    const std::lock_guard guard(history.lock);
+    const Tarsil::MutexLock guard(history.lock);
     std::swap(history.filters[name], fresh);
   }
 }
@@ -121,7 +122,7 @@ void MotionFilterNode::setBufferSize(PartName name, std::uint32_t size) {
   Part& part = parts_[name];
   std::string trouble;
   {
-    const std::lock_guard guard(settingsLock_);
+    const Tarsil::MutexLock guard(settingsLock_);
     if (size == part.bufferSize)
       return;
     if (size < minBufferSize)
@@ -143,7 +144,7 @@ void MotionFilterNode::setMonotonyTestLength(PartName name, std::uint32_t length
   Part& part = parts_[name];
   std::string trouble;
   {
-    const std::lock_guard guard(settingsLock_);
+    const Tarsil::MutexLock guard(settingsLock_);
     if (length == part.monotonyTestLength)
       return;
     if (length == 1)

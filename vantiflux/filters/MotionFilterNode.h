@@ -5,13 +5,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include <vantiflux/Export.h>
 #include <vantiflux/core/Field.h>
 #include <vantiflux/filters/PoseFilterNode.h>
+#include <vantiflux/platform/tarsil/Mutex.h>
 
 namespace Vantiflux {
 
@@ -108,14 +108,14 @@ private:
 
   /// The history of one stream. The lock is for setters, which replace it, and for callers of `filter`; innermost.
   struct History {
-    std::mutex lock;
-    std::array<std::unique_ptr<Filter>, partCount> filters;
+    Tarsil::Mutex lock;
+    std::array<std::unique_ptr<Filter>, partCount> filters TARSIL_GUARDED_BY(lock);
   };
 
   History& history(int slotIndex);
-  void pass(History& history, PartName name, Point& p);
-  void filterPart(History& history, Vec3<float>& v);
-  void filterPart(History& history, Rotation& r);
+  void pass(History& history, PartName name, Point& p) TARSIL_REQUIRES(history.lock);
+  void filterPart(History& history, Vec3<float>& v) TARSIL_REQUIRES(history.lock);
+  void filterPart(History& history, Rotation& r) TARSIL_REQUIRES(history.lock);
   void setBufferSize(PartName name, std::uint32_t size);
   void setMonotonyTestLength(PartName name, std::uint32_t length);
   void resize(PartName name, std::uint32_t size);
@@ -127,7 +127,7 @@ private:
   static Field fields_[];
   static NodeType type_;
 
-  std::mutex settingsLock_; ///< held while settings are checked against each other and changed
+  Tarsil::Mutex settingsLock_; ///< held while settings are checked against each other and changed
   std::array<Part, partCount> parts_{{{"pos"}, {"ori"}}};
   std::array<History, streamCount> histories_;
 };

@@ -39,6 +39,12 @@ void PoseFilterNode::newData(BasicInSlot& slot) {
   filterPose(static_cast<std::size_t>(stream - streams_.begin()), pose);
 }
 
+BasicData::TimeStamp PoseFilterNode::now() {
+  BasicData data;
+  data.setTimeStamp();
+  return data.getTimeStamp();
+}
+
 void PoseFilterNode::refuse(const std::string& why) {
   setState(Error, why);
   addLog(why);

@@ -2,8 +2,10 @@
 
 #include <array>
 #include <cstddef>
+#include <string>
 
 #include <vantiflux/Export.h>
+#include <vantiflux/core/Data.h>
 #include <vantiflux/core/InSlot.h>
 #include <vantiflux/core/Node.h>
 #include <vantiflux/core/OutSlot.h>
@@ -25,7 +27,8 @@ namespace Vantiflux {
 /// | "Out i"         | out       | `Matrix4<float>` | the filtered pose                     |
 /// | "In i"          | in        | `Matrix4<float>` | a pose                                |
 ///
-/// Each pose that comes in gives one value on each out-slot of its stream, stamped with the current time.
+/// Each pose that comes in gives one value on each out-slot of its stream, stamped with the current time, which is read
+/// once for the three: they are parts of one pose.
 ///
 /// *Frames.* A pose maps the sensor's coordinates to the tracker's; vectors are columns. *Units* are the tracker's.
 ///
@@ -58,6 +61,9 @@ protected:
 
   /// Filters a pose and writes the out-slots of its stream. Calls for one stream follow each other.
   virtual void filterPose(std::size_t stream, Matrix4<float>& pose) = 0;
+
+  /// The current time, as Data takes it.
+  static BasicData::TimeStamp now();
 
   /// Reports a setting that is not taken.
   void refuse(const std::string& why);

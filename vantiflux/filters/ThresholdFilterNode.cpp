@@ -71,9 +71,10 @@ void ThresholdFilterNode::filterPose(std::size_t stream, Matrix4<float>& pose) {
   const bool rotationHeld = hold(parts.rotation, passed_[stream].rotation, oriThreshold_);
   if (positionHeld || rotationHeld)
     pose = poseMatrix(parts);
-  streams_[stream].out.push(pose);
-  streams_[stream].position.push(parts.position);
-  streams_[stream].orientation.push(parts.rotation);
+  const BasicData::TimeStamp time = now();
+  streams_[stream].out.push({pose, time});
+  streams_[stream].position.push({parts.position, time});
+  streams_[stream].orientation.push({parts.rotation, time});
 }
 
 } // namespace Vantiflux
