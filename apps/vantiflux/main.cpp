@@ -10,6 +10,7 @@
 #include "RunCommand.h"
 #include "TypesCommand.h"
 #include "ValueText.h"
+#include "simulate/SimulateCommand.h"
 
 namespace {
 
@@ -42,13 +43,18 @@ int run(int argc, char** argv) {
   CLI::App* const typesCommand = app.add_subcommand("types", "List the node types, or describe one with its fields");
   typesCommand->add_option("NAME", type, "The type to describe");
 
+  Simulate::Program program;
+  Simulate::addCommand(app, program);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error);
   }
 
-  if (runCommand->parsed())
+  if (program)
+    program();
+  else if (runCommand->parsed())
     Host::runTree(options);
   else if (type.empty())
     Host::listTypes(std::cout);
