@@ -12,6 +12,7 @@
 #include "Messages.h"
 #include "RunCommand.h"
 #include "TypesCommand.h"
+#include "simulate/SimulateCommand.h"
 
 namespace {
 
@@ -56,12 +57,19 @@ int run(int argc, char** argv) {
   const CLI::App* const codecsCommand =
       app.add_subcommand("codecs", "List the binary encodings of values, by name, with the type that they are for");
 
+  Simulate::Program program;
+  Simulate::addCommand(app, program);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return finish(app, error);
   }
 
+  if (program) {
+    program();
+    return 0;
+  }
   if (runCommand->parsed()) {
     Host::runTree(options);
     return 0;
