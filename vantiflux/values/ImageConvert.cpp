@@ -69,13 +69,10 @@ void runPlanes(const Planes& planes, const Image& in, Image& result, Image::Form
                                           from(in, (planes.vFirst ? first : second) + chroma)};
     unsigned char* const out = result.data() + 3 * at;
     const std::size_t count = std::min(width, pixels - at);
-    if (format == Image::RGB24 && planes.chroma == Chroma::half) {
-      PixelLoops::planarLineToRgb24(bytes, out, count);
-      continue;
-    }
-    PixelLoops::planarLineToY444(planes.chroma, bytes, out, count);
     if (format == Image::RGB24)
-      yuvToRgb24(out, count); // while the line is in the cache
+      PixelLoops::planarLineToRgb24(planes.chroma, bytes, out, count);
+    else
+      PixelLoops::planarLineToY444(planes.chroma, bytes, out, count);
   }
 }
 

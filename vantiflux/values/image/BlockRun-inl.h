@@ -113,21 +113,6 @@ HWY_INLINE void runBlocks(Sources<Block> in, Outputs<Block> out, std::size_t pix
   }
 }
 
-// Saturates two vectors of signed 16-bit lanes to bytes: in each block of 16 bytes the lanes of a, then those of b.
-// Puts back together what InterleaveLower and InterleaveUpper took apart. (This Highway has no such operation for
-// bytes.)
-HWY_INLINE V8 packBlocks(VI16 a, VI16 b) {
-#if HWY_TARGET == HWY_AVX3
-  return V8{_mm512_packus_epi16(a.raw, b.raw)};
-#elif HWY_TARGET == HWY_AVX2
-  return V8{_mm256_packus_epi16(a.raw, b.raw)};
-#else
-  static_assert(lanes == 16, "a wider instruction set needs its own line");
-  const hn::Half<U8> half;
-  return hn::Combine(U8(), hn::DemoteTo(half, b), hn::DemoteTo(half, a));
-#endif
-}
-
 } // namespace Vantiflux::PixelLoops::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 

@@ -44,23 +44,22 @@ struct BGR16Block : PackedBlock<2, 3> {
 
 template <bool blueFirst>
 struct LuminanceBlock : PackedBlock<3, 1> {
+  // Of bytes times 256; the weights too, so that the high half of a product is the exact one. 62730 at most.
   static HWY_INLINE V16 weigh(V16 r, V16 g, V16 b) {
     const U16 d;
-    const V16 sum = hn::Add(hn::Mul(r, hn::Set(d, 77)), hn::Mul(g, hn::Set(d, 150)));
-    return hn::Add(sum, hn::Mul(b, hn::Set(d, 19))); // 62730 at most
+    const V16 sum = hn::Add(hn::MulHigh(r, hn::Set(d, 77 * 256)), hn::MulHigh(g, hn::Set(d, 150 * 256)));
+    return hn::Add(sum, hn::MulHigh(b, hn::Set(d, 19 * 256)));
   }
   static HWY_INLINE void run(const From& from, const To& to) {
     const U8 d;
-    const U16 d16;
     V8 first, g, third;
     hn::LoadInterleaved3(d, from[0], first, g, third);
-    const V16 r16 = hn::BitCast(d16, blueFirst ? third : first);
-    const V16 g16 = hn::BitCast(d16, g);
-    const V16 b16 = hn::BitCast(d16, blueFirst ? first : third);
-    const V16 low = hn::Set(d16, 0xFF);
-    const V16 even = weigh(hn::And(r16, low), hn::And(g16, low), hn::And(b16, low));
-    const V16 odd = weigh(hn::ShiftRight<8>(r16), hn::ShiftRight<8>(g16), hn::ShiftRight<8>(b16));
-    hn::StoreU(hn::Or(hn::BitCast(d, hn::ShiftRight<8>(even)), hn::BitCast(d, hn::AndNot(low, odd))), d, to[0]);
+    const V8 r = blueFirst ? third : first;
+    const V8 b = blueFirst ? first : third;
+    const V16 even = weigh(evenBytesHigh(r), evenBytesHigh(g), evenBytesHigh(b));
+    const V16 odd = weigh(oddBytesHigh(r), oddBytesHigh(g), oddBytesHigh(b));
+    const V16 upper = hn::And(odd, hn::Set(U16(), 0xFF00));
+    hn::StoreU(hn::BitCast(d, hn::Or(hn::ShiftRight<8>(even), upper)), d, to[0]);
   }
 };
 
@@ -85,23 +84,18 @@ struct TripleBlock : PackedBlock<3, 3> {
   static HWY_INLINE void run(const From& from, const To& to) {
     V8 first, second, v;
     hn::LoadInterleaved3(U8(), from[0], first, second, v);
-    const Rgb rgb = chromaFirst ? yuvToRgb(second, first, v) : yuvToRgb(first, second, v);
-    hn::StoreInterleaved3(rgb.r, rgb.g, rgb.b, U8(), to[0]);
+    storeYuvAsRgb(chromaFirst ? second : first, chromaFirst ? first : second, v, to[0]);
   }
 };
 
-// Chroma is calculated once for both pixels of a pair.
 template <bool chromaFirst>
 struct PairBlock : PackedBlock<2, 3> {
   static constexpr bool isChroma(std::size_t, std::size_t at) { return (at % 2 == 0) == chromaFirst; }
   static HWY_INLINE void run(const From& from, const To& to) {
-    const U16 d16;
     V8 first, second;
     hn::LoadInterleaved2(U8(), from[0], first, second);
-    const V16 uv = hn::BitCast(d16, chromaFirst ? first : second);
-    const V16 v = hn::AndNot(hn::Set(d16, 0xFF), uv);
-    const Rgb rgb = pairsToRgb(chromaFirst ? second : first, hn::ShiftLeft<8>(uv), v);
-    hn::StoreInterleaved3(rgb.r, rgb.g, rgb.b, U8(), to[0]);
+    const V8 uv = chromaFirst ? first : second;
+    storePairsAsRgb(chromaFirst ? second : first, evenBytesHigh(uv), oddBytesHigh(uv), to[0]);
   }
 };
 

@@ -40,9 +40,18 @@ void reverse24(const unsigned char* in, unsigned char* out, std::size_t pixels) 
   alignas(16) static constexpr std::uint8_t order[16] = {0x80, 12, 13, 14, 9, 10, 11, 6, 7, 8, 3, 4, 5, 0, 1, 2};
   const hn::FixedTag<std::uint8_t, 16> d;
   const auto indices = hn::Load(d, order);
-  std::size_t at = 0;
-  for (; at + 6 <= pixels; at += 5)
+  const auto reverse = [&](std::size_t at) HWY_ATTR {
     hn::StoreU(hn::TableLookupBytesOr0(hn::LoadU(d, in + at * 3), indices), d, out + (pixels - at - 5) * 3 - 1);
+  };
+  std::size_t at = 0;
+  for (; at + 21 <= pixels; at += 20) {
+    reverse(at);
+    reverse(at + 5);
+    reverse(at + 10);
+    reverse(at + 15);
+  }
+  for (; at + 6 <= pixels; at += 5)
+    reverse(at);
   reverseOneByOne<3>(in, out, at, pixels);
 }
 
