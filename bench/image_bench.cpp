@@ -1,5 +1,5 @@
-// What images cost at 1920x1080 on one thread: every conversion step, flip and split, beside memcpy of the bytes that it
-// writes and, where there is one, the nearest routine of libyuv. All three run in turns, and the best time of each
+// What images cost at 1920x1080 on one thread: every conversion step, flip and split, beside memcpy of the bytes that
+// it writes and, where there is one, the nearest routine of libyuv. All three run in turns, and the best time of each
 // counts, so that what else the machine does disturbs the ratios little. A ratio below 1 is better than the yardstick.
 #include <algorithm>
 #include <array>

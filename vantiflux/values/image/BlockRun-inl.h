@@ -23,7 +23,7 @@ namespace Vantiflux::PixelLoops::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 // Vectors of bytes, and the same bits as 16-bit lanes.
-using U8 = hn::ScalableTag<std::uint8_t>;
+using U8 = hn::CappedTag<std::uint8_t, 32>;
 using U16 = hn::RepartitionToWide<U8>;
 using I16 = hn::RebindToSigned<U16>;
 using V8 = hn::VFromD<U8>;

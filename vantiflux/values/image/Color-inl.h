@@ -28,11 +28,62 @@ HWY_INLINE V8 shiftedRight(V8 bytes, std::uint8_t mask) {
   return hn::And(hn::BitCast(U8(), hn::ShiftRight<bits>(hn::BitCast(U16(), bytes))), hn::Set(U8(), mask));
 }
 
+// Bytes are calculated with as 16-bit lanes, those at even places apart from those at odd ones.
+HWY_INLINE V16 evenBytes(V8 bytes) {
+  return hn::And(hn::BitCast(U16(), bytes), hn::Set(U16(), 0x00FF));
+}
+HWY_INLINE V16 oddBytes(V8 bytes) {
+  return hn::ShiftRight<8>(hn::BitCast(U16(), bytes));
+}
+// The same times 256.
+HWY_INLINE V16 evenBytesHigh(V8 bytes) {
+  return hn::ShiftLeft<8>(hn::BitCast(U16(), bytes));
+}
+HWY_INLINE V16 oddBytesHigh(V8 bytes) {
+  return hn::And(hn::BitCast(U16(), bytes), hn::Set(U16(), 0xFF00));
+}
+
+// Saturates two vectors of signed 16-bit lanes to bytes: in each block of 16 bytes the lanes of a, then those of b.
+// (This Highway has no such operation for bytes.)
+HWY_INLINE V8 packBlocks(VI16 a, VI16 b) {
+#if HWY_MAX_BYTES > 16
+  return V8{_mm256_packus_epi16(a.raw, b.raw)};
+#elif HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_SSSE3
+  return V8{_mm_packus_epi16(a.raw, b.raw)};
+#else
+  const hn::Half<U8> half;
+  return hn::Combine(U8(), hn::DemoteTo(half, b), hn::DemoteTo(half, a));
+#endif
+}
+
+// Loads a vector's lanes of something that is taken apart in pieces of that many bytes a block: the even pieces, then
+// the odd ones, so that packBlocks() brings all in order.
+template <std::size_t piece>
+HWY_INLINE void loadPieces(const unsigned char* from, V8& even, V8& odd) {
+#if HWY_MAX_BYTES > 16
+  const hn::Half<U8> block;
+  even = hn::Combine(U8(), hn::LoadU(block, from + 2 * piece), hn::LoadU(block, from));
+  odd = hn::Combine(U8(), hn::LoadU(block, from + 3 * piece), hn::LoadU(block, from + piece));
+#else
+  even = hn::LoadU(U8(), from);
+  odd = hn::LoadU(U8(), from + piece);
+#endif
+}
+
+// The bytes at even and at odd places.
+HWY_INLINE void loadAlternating(const unsigned char* from, V8& first, V8& second) {
+  V8 a, b;
+  loadPieces<16>(from, a, b);
+  const I16 d;
+  first = packBlocks(hn::BitCast(d, evenBytes(a)), hn::BitCast(d, evenBytes(b)));
+  second = packBlocks(hn::BitCast(d, oddBytes(a)), hn::BitCast(d, oddBytes(b)));
+}
+
 // A vector's lanes of 16-bit pixels, blue in the lowest five bits, then green of five or six bits.
 template <int greenBits>
 HWY_INLINE Rgb loadBGR16(const unsigned char* from) {
   V8 low, high;
-  hn::LoadInterleaved2(U8(), from, low, high);
+  loadAlternating(from, low, high);
   const V8 b = shiftedLeft<3>(low, 0xF8);
   if constexpr (greenBits == 5)
     return {shiftedLeft<1>(high, 0xF8), hn::Or(shiftedLeft<6>(high, 0xC0), shiftedRight<2>(low, 0x38)), b};
@@ -56,44 +107,18 @@ HWY_INLINE ChromaTerms chromaTerms(VI16 u, VI16 v) {
           hn::ShiftRight<1>(hn::MulHigh(u, hn::Set(d, 907)))};
 }
 
-// Bytes are calculated with as 16-bit lanes, those at even places apart from those at odd ones.
-HWY_INLINE V16 evenBytes(V8 bytes) {
-  return hn::And(hn::BitCast(U16(), bytes), hn::Set(U16(), 0x00FF));
-}
-HWY_INLINE V16 oddBytes(V8 bytes) {
-  return hn::ShiftRight<8>(hn::BitCast(U16(), bytes));
-}
-// The same times 256.
-HWY_INLINE V16 evenBytesHigh(V8 bytes) {
-  return hn::ShiftLeft<8>(hn::BitCast(U16(), bytes));
-}
-HWY_INLINE V16 oddBytesHigh(V8 bytes) {
-  return hn::And(hn::BitCast(U16(), bytes), hn::Set(U16(), 0xFF00));
-}
-
 // From (U times 256) to that form.
 HWY_INLINE VI16 centered(V16 chroma) {
   return hn::BitCast(I16(), hn::Xor(chroma, hn::Set(U16(), 0x8000)));
 }
 
-// Saturates two vectors of signed 16-bit lanes to bytes: in each block of 16 bytes the lanes of a, then those of b.
-// (This Highway has no such operation for bytes.)
-HWY_INLINE V8 packBlocks(VI16 a, VI16 b) {
-#if HWY_TARGET == HWY_AVX3
-  return V8{_mm512_packus_epi16(a.raw, b.raw)};
-#elif HWY_TARGET == HWY_AVX2
-  return V8{_mm256_packus_epi16(a.raw, b.raw)};
-#else
-  static_assert(lanes == 16, "a wider instruction set needs its own line");
-  const hn::Half<U8> half;
-  return hn::Combine(U8(), hn::DemoteTo(half, b), hn::DemoteTo(half, a));
-#endif
-}
-
 // Stores the first blocks of 16 bytes of a, b and c, then the second ones, and so on.
 HWY_INLINE void storeBlocksInTurn(V8 a, V8 b, V8 c, unsigned char* to) {
 #if HWY_MAX_BYTES > 16
-  hn::detail::StoreTransposedBlocks3(a, b, c, U8(), to); // the inner half of StoreInterleaved3
+  const U8 d;
+  hn::StoreU(hn::ConcatLowerLower(d, b, a), d, to);
+  hn::StoreU(hn::ConcatUpperLower(d, a, c), d, to + lanes);
+  hn::StoreU(hn::ConcatUpperUpper(d, c, b), d, to + 2 * lanes);
 #else
   hn::StoreU(a, U8(), to);
   hn::StoreU(b, U8(), to + lanes);
@@ -141,8 +166,8 @@ HWY_INLINE void storeYuvAsRgb(V8 y, V8 u, V8 v, unsigned char* to) {
            chromaTerms(centered(oddBytesHigh(u)), centered(oddBytesHigh(v))), to);
 }
 
-// The same where each two pixels share their chroma: calculated once, it fits both the even and the odd pixels. It comes
-// as 16-bit lanes, times 256.
+// The same where each two pixels share their chroma: calculated once, it fits both the even and the odd pixels. It
+// comes as 16-bit lanes, times 256.
 HWY_INLINE void storePairsAsRgb(V8 y, V16 u, V16 v, unsigned char* to) {
   const ChromaTerms once = chromaTerms(centered(u), centered(v));
   storeRgb(y, once, once, to);

@@ -47,6 +47,8 @@ enum class Step {
   IYU2_to_RGB24,
   Y422_to_RGB24,
   YUY2_to_RGB24,
+  Y411_to_RGB24,
+  Y41P_to_RGB24,
 };
 void convert(Step step, Source in, unsigned char* out, std::size_t pixels);
 

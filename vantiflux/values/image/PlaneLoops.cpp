@@ -48,8 +48,7 @@ struct PlanarToRgbBlock : PlanarBlock<shared> {
     else
       return oddBytesHigh(loadFourTimes(from));
   }
-  static HWY_INLINE void run(const std::array<const unsigned char*, 3>& from,
-                             const std::array<unsigned char*, 1>& to) {
+  static HWY_INLINE void run(const std::array<const unsigned char*, 3>& from, const std::array<unsigned char*, 1>& to) {
     storePairsAsRgb(hn::LoadU(U8(), from[0]), loadHigh(from[1]), loadHigh(from[2]), to[0]);
   }
 };
