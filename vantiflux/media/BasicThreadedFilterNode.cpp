@@ -1,0 +1,109 @@
+#include <vantiflux/media/BasicThreadedFilterNode.h>
+
+#include <exception>
+#include <mutex>
+
+#include <vantiflux/platform/tarsil/Console.h>
+
+namespace Vantiflux {
+
+namespace Console = Tarsil::Console;
+
+template <class In, class Out>
+BasicThreadedFilterNode<In, Out>::BasicThreadedFilterNode(const std::string& inLabel, const std::string& inDescription,
+                                                          const std::string& outLabel,
+                                                          const std::string& outDescription)
+    : in_(inDescription), out_(outDescription), worker_(*this, [this] { thread(); }) {
+  publishSlots();
+  attachSlot(outLabel, out_);
+  addInSlot(inLabel, &in_);
+}
+
+template <class In, class Out>
+BasicThreadedFilterNode<In, Out>::~BasicThreadedFilterNode() = default;
+
+template <class In, class Out>
+void BasicThreadedFilterNode<In, Out>::start() {
+  Console::out("BasicThreadedFilterNode::start \n");
+  in_.addListener(*this);
+  worker_.start([this] { return prepare(); });
+  Console::out("BasicThreadedFilterNode::start thread STARTED\n");
+}
+
+// Here and not in `start`, which may be called while an earlier run still has to see that it was stopped.
+template <class In, class Out>
+bool BasicThreadedFilterNode<In, Out>::prepare() {
+  const Tarsil::MutexLock lock(frameMutex_);
+  frame_ = In();
+  frameWaits_ = false;
+  frameEvent_.reset();
+  stopEvent_.reset();
+  return true;
+}
+
+template <class In, class Out>
+void BasicThreadedFilterNode<In, Out>::stop() {
+  in_.removeListener(*this);
+  if (worker_.isRunning())
+    Console::out("BasicThreadedFilterNode::stop stopping thread\n");
+  endWorker();
+  Console::out("BasicThreadedFilterNode::stop thread STOPPED\n");
+}
+
+// The order matters: the worker looks for the stop event after it has reset the other one.
+template <class In, class Out>
+void BasicThreadedFilterNode<In, Out>::endWorker() {
+  worker_.stop([this] {
+    stopEvent_.set();
+    frameEvent_.set();
+  });
+}
+
+// The mutex is recursive, and the worker holds it while it pushes: what comes back to it through a ring of routes is
+// dropped like anything else that comes while it is busy.
+template <class In, class Out>
+void BasicThreadedFilterNode<In, Out>::newData(BasicInSlot&) TARSIL_NO_ANALYSIS {
+  if (frameMutex_.isLockedByThisThread() || !frameMutex_.tryLock()) {
+    Console::error("BasicThreadedFilterNode::newData frame dropped\n");
+    return;
+  }
+  const std::unique_lock lock(frameMutex_, std::adopt_lock);
+  if (in_.empty()) // two writers left one value for two calls
+    return;
+  frame_ = in_.pop().getValue();
+  frameWaits_ = true;
+  frameEvent_.set();
+}
+
+template <class In, class Out>
+void BasicThreadedFilterNode<In, Out>::thread() {
+  Console::out("BasicThreadedFilterNode::thread begin \n");
+  setState(Running);
+  while (!stopEvent_.test()) {
+    frameEvent_.wait();
+    work();
+  }
+  if (getState() == Running) // after a shutdown from inside it stays Disabled
+    setState(Sleeping);
+  Console::out("BasicThreadedFilterNode::thread end \n");
+}
+
+// A producer holds the mutex just long enough to store a frame; nobody else waits for it.
+template <class In, class Out>
+void BasicThreadedFilterNode<In, Out>::work() {
+  const Tarsil::MutexLock lock(frameMutex_);
+  if (!frameWaits_)
+    return;
+  try {
+    out_.push(Data<Out>(transform(frame_)));
+  } catch (const std::exception& e) {
+    addLog(e.what());
+  }
+  frame_ = In(); // back to the pool, if nobody else uses it
+  frameWaits_ = false;
+  frameEvent_.reset();
+}
+
+template class BasicThreadedFilterNode<SmartPtr<Image>, SmartPtr<Image>>;
+
+} // namespace Vantiflux
