@@ -1,0 +1,300 @@
+#include <vantiflux/values/Image.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iostream>
+#include <sstream>
+
+#include <vantiflux/values/image/PixelLoops.h>
+
+namespace Vantiflux {
+
+namespace {
+
+using PixelLoops::Chroma;
+using PixelLoops::Shuffle;
+using PixelLoops::Source;
+using PixelLoops::Step;
+
+// Both in 32 bits, as the size is.
+std::uint32_t pixelsOf(const Image& image) {
+  return image.width() * image.height();
+}
+
+// Makes room for the result and says how many pixels to write: as many as it has room for, and no more than the source
+// can hold, which has at least one byte for each. Both are all of them, unless a size wrapped around.
+std::size_t prepare(const Image& in, Image& result, Image::Format format) {
+  result.setParameters(in.width(), in.height(), format);
+  const std::size_t bytesPerPixel = format == Image::Y800 ? 1 : 3;
+  return std::min({std::size_t{pixelsOf(in)}, in.size(), result.size() / bytesPerPixel});
+}
+
+Source from(const Image& image, std::size_t offset) {
+  return offset < image.size() ? Source{image.data() + offset, image.size() - offset} : Source{image.data(), 0};
+}
+
+void run(Shuffle step, const Image& in, Image& result, Image::Format format) {
+  const std::size_t pixels = prepare(in, result, format);
+  PixelLoops::shuffle(step, from(in, 0), result.data(), pixels);
+}
+
+void run(Step step, const Image& in, Image& result, Image::Format format) {
+  const std::size_t pixels = prepare(in, result, format);
+  PixelLoops::convert(step, from(in, 0), result.data(), pixels);
+}
+
+void yuvToRgb24(unsigned char* pixels, std::size_t count) {
+  PixelLoops::convert(Step::Y444_to_RGB24, {pixels, 3 * count}, pixels, count);
+}
+
+// Three planes one after the other. A chroma line is width / 2 or width / 4 long; so the last pixels of an odd width,
+// or of an odd last line, find the bytes that follow.
+struct Planes {
+  Chroma chroma;
+  bool vFirst;
+};
+constexpr Planes i420 = {Chroma::half, false};
+constexpr Planes yv12 = {Chroma::half, true};
+constexpr Planes yvu9 = {Chroma::quarter, true};
+
+void runPlanes(const Planes& planes, const Image& in, Image& result, Image::Format format) {
+  const std::size_t pixels = prepare(in, result, format);
+  const unsigned int shift = planes.chroma == Chroma::half ? 1 : 2;
+  const std::size_t first = pixelsOf(in);
+  const std::size_t second = first + (first >> (2 * shift));
+  const std::size_t width = in.width();
+  for (std::size_t at = 0, line = 0; at < pixels; at += width, ++line) {
+    const std::size_t chroma = (line >> shift) * (width >> shift);
+    const PixelLoops::PlanarLine bytes = {from(in, at), from(in, (planes.vFirst ? second : first) + chroma),
+                                          from(in, (planes.vFirst ? first : second) + chroma)};
+    unsigned char* const out = result.data() + 3 * at;
+    const std::size_t count = std::min(width, pixels - at);
+    if (format == Image::RGB24 && planes.chroma == Chroma::half) {
+      PixelLoops::planarLineToRgb24(bytes, out, count);
+      continue;
+    }
+    PixelLoops::planarLineToY444(planes.chroma, bytes, out, count);
+    if (format == Image::RGB24)
+      yuvToRgb24(out, count); // while the line is in the cache
+  }
+}
+
+// Formats with twelve bytes for eight pixels, to RGB24: in runs that stay in the cache between both steps.
+void runTwelveBytes(Shuffle toY444, const Image& in, Image& result) {
+  constexpr std::size_t runLength = 2048;
+  const std::size_t pixels = prepare(in, result, Image::RGB24);
+  for (std::size_t at = 0; at < pixels; at += runLength) {
+    unsigned char* const out = result.data() + 3 * at;
+    const std::size_t count = std::min(runLength, pixels - at);
+    PixelLoops::shuffle(toY444, from(in, at / 8 * 12), out, count);
+    yuvToRgb24(out, count);
+  }
+}
+
+void reportMissing(Image::Format source, Image::Format target) {
+  std::ostringstream text;
+  text << "convert \"" << Image::format2String(source) << "\" to \"" << Image::format2String(target)
+       << "\" not implemented\n";
+  std::cerr << text.str() << std::flush; // in one piece: several threads may convert
+}
+
+} // namespace
+
+void Image::convert_BGR232_to_RGB24(Image& result) const {
+  run(Step::BGR232_to_RGB24, *this, result, RGB24);
+}
+void Image::convert_BGR555_to_RGB24(Image& result) const {
+  run(Step::BGR555_to_RGB24, *this, result, RGB24);
+}
+void Image::convert_BGR565_to_RGB24(Image& result) const {
+  run(Step::BGR565_to_RGB24, *this, result, RGB24);
+}
+void Image::convert_BGR24_to_RGB24(Image& result) const {
+  run(Shuffle::swap24, *this, result, RGB24);
+}
+void Image::convert_BGR32_to_RGB24(Image& result) const {
+  run(Shuffle::BGR32_to_RGB24, *this, result, RGB24);
+}
+void Image::convert_RGB24_to_Y800(Image& result) const {
+  run(Step::RGB24_to_Y800, *this, result, Y800);
+}
+void Image::convert_BGR24_to_Y800(Image& result) const {
+  run(Step::BGR24_to_Y800, *this, result, Y800);
+}
+void Image::convert_Y444_to_Y800(Image& result) const {
+  run(Step::Y444_to_Y800, *this, result, Y800);
+}
+void Image::convert_IYU2_to_Y444(Image& result) const {
+  run(Shuffle::IYU2_to_Y444, *this, result, Y444);
+}
+void Image::convert_Y422_to_Y444(Image& result) const {
+  run(Shuffle::Y422_to_Y444, *this, result, Y444);
+}
+void Image::convert_Y422_to_Y800(Image& result) const {
+  run(Step::Y422_to_Y800, *this, result, Y800);
+}
+void Image::convert_Y411_to_Y444(Image& result) const {
+  run(Shuffle::Y411_to_Y444, *this, result, Y444);
+}
+void Image::convert_Y411_to_Y800(Image& result) const {
+  run(Shuffle::Y411_to_Y800, *this, result, Y800);
+}
+void Image::convert_Y41P_to_Y444(Image& result) const {
+  run(Shuffle::Y41P_to_Y444, *this, result, Y444);
+}
+void Image::convert_Y800_to_Y444(Image& result) const {
+  run(Shuffle::Y800_to_Y444, *this, result, Y444);
+}
+void Image::convert_Y1600_to_Y444(Image& result) const {
+  run(Shuffle::Y1600_to_Y444, *this, result, Y444);
+}
+void Image::convert_I420_to_Y444(Image& result) const {
+  runPlanes(i420, *this, result, Y444);
+}
+void Image::convert_I420_to_Y800(Image& result) const {
+  if (const std::size_t pixels = prepare(*this, result, Y800); pixels > 0)
+    std::memcpy(result.data(), data(), pixels);
+}
+void Image::convert_YVU9_to_Y444(Image& result) const {
+  runPlanes(yvu9, *this, result, Y444);
+}
+void Image::convert_YV12_to_Y444(Image& result) const {
+  runPlanes(yv12, *this, result, Y444);
+}
+void Image::convert_YUY2_to_Y444(Image& result) const {
+  run(Shuffle::YUY2_to_Y444, *this, result, Y444);
+}
+
+void Image::convertFormat(Format target, Image& result) const {
+  if (&result == this) {
+    const Image source(*this);
+    return source.convertFormat(target, result);
+  }
+  if (convertDirectly(target, result))
+    return;
+  if (format_ < Y444 || target >= Y444)
+    return convertBySource(target, result);
+  if (convertYuvToRgb24(result))
+    return;
+  reportMissing(format_, target);
+  result.setParameters(result.width_, result.height_, RGB24);
+  yuvToRgb24(result.data(), std::min(std::size_t{pixelsOf(result)}, result.size() / 3));
+}
+
+bool Image::convertDirectly(Format target, Image& result) const {
+  using StepMember = void (Image::*)(Image&) const;
+  struct Way {
+    Format target;
+    Format source;
+    StepMember step; // none: a plain copy
+  };
+  static constexpr Way ways[] = {
+      {RGB24, BGR232, &Image::convert_BGR232_to_RGB24},
+      {RGB24, BGR555, &Image::convert_BGR555_to_RGB24},
+      {RGB24, BGR565, &Image::convert_BGR565_to_RGB24},
+      {RGB24, BGR24, &Image::convert_BGR24_to_RGB24},
+      {RGB24, BGR32, &Image::convert_BGR32_to_RGB24},
+      {RGB24, RGB24, nullptr},
+      {Y800, BGR24, &Image::convert_BGR24_to_Y800},
+      {Y800, RGB24, &Image::convert_RGB24_to_Y800},
+      {Y800, Y444, &Image::convert_Y444_to_Y800},
+      {Y800, I420, &Image::convert_I420_to_Y800},
+      {Y800, Y422, &Image::convert_Y422_to_Y800},
+      {Y800, Y411, &Image::convert_Y411_to_Y800},
+      {Y800, Y800, nullptr},
+  };
+  const auto way = std::find_if(std::begin(ways), std::end(ways), [&](const Way& candidate) {
+    return candidate.target == target && candidate.source == format_;
+  });
+  if (way == std::end(ways))
+    return false;
+  if (way->step)
+    (this->*way->step)(result);
+  else
+    result = *this;
+  return true;
+}
+
+void Image::convertBySource(Format target, Image& result) const {
+  switch (format_) {
+  case BGR232:
+    return convert_BGR232_to_RGB24(result);
+  case BGR555:
+    return convert_BGR555_to_RGB24(result);
+  case BGR565:
+    return convert_BGR565_to_RGB24(result);
+  case BGR24:
+    return convert_BGR24_to_RGB24(result);
+  case BGR32:
+    return convert_BGR32_to_RGB24(result);
+  case RGB24:
+    return;
+  case Y444:
+    result = *this;
+    return;
+  case IYU2:
+    return convert_IYU2_to_Y444(result);
+  case I420:
+    return convert_I420_to_Y444(result);
+  case YVU9:
+    return convert_YVU9_to_Y444(result);
+  case Y800:
+    return convert_Y800_to_Y444(result);
+  case Y1600:
+    return convert_Y1600_to_Y444(result);
+  case Y422:
+    return convert_Y422_to_Y444(result);
+  case Y411:
+    return convert_Y411_to_Y444(result);
+  case Y41P:
+    return convert_Y41P_to_Y444(result);
+  case YV12:
+    return convert_YV12_to_Y444(result);
+  case YUY2:
+    return convert_YUY2_to_Y444(result);
+  default:
+    return reportMissing(format_, target);
+  }
+}
+
+bool Image::convertYuvToRgb24(Image& result) const {
+  switch (format_) {
+  case Y444:
+    run(Step::Y444_to_RGB24, *this, result, RGB24);
+    return true;
+  case IYU2:
+    run(Step::IYU2_to_RGB24, *this, result, RGB24);
+    return true;
+  case Y422:
+    run(Step::Y422_to_RGB24, *this, result, RGB24);
+    return true;
+  case YUY2:
+    run(Step::YUY2_to_RGB24, *this, result, RGB24);
+    return true;
+  case Y800: // without colour, red, green and blue equal the luminance
+    run(Shuffle::Y800_to_RGB24, *this, result, RGB24);
+    return true;
+  case Y1600:
+    run(Shuffle::Y1600_to_RGB24, *this, result, RGB24);
+    return true;
+  case Y411:
+    runTwelveBytes(Shuffle::Y411_to_Y444, *this, result);
+    return true;
+  case Y41P:
+    runTwelveBytes(Shuffle::Y41P_to_Y444, *this, result);
+    return true;
+  case I420:
+    runPlanes(i420, *this, result, RGB24);
+    return true;
+  case YV12:
+    runPlanes(yv12, *this, result, RGB24);
+    return true;
+  case YVU9:
+    runPlanes(yvu9, *this, result, RGB24);
+    return true;
+  default:
+    return false;
+  }
+}
+
+} // namespace Vantiflux
