@@ -10,6 +10,7 @@
 
 #include "Messages.h"
 #include "RunCommand.h"
+#include "SnapshotCommand.h"
 #include "TypesCommand.h"
 
 namespace {
@@ -52,6 +53,16 @@ int run(int argc, char** argv) {
   CLI::App* const typesCommand = app.add_subcommand("types", "Describe the node types with their fields");
   typesCommand->add_option("NAME", type, "The one type to describe, which may stand in a plug-in");
 
+  Host::SnapshotOptions snapshot;
+  CLI::App* const snapshotCommand = app.add_subcommand("snapshot", "Load a tree and save one image of it as a picture");
+  snapshotCommand->add_option("TREE", snapshot.tree, "The tree: a .vfx file or its URL")->required();
+  snapshotCommand->add_option("LABEL", snapshot.label, "Where the image arrives, such as \"Camera/Frames\"")->required();
+  snapshotCommand->add_option("FILE", snapshot.file, "The picture: .png, .jpg or .jpeg")->required();
+  snapshotCommand->add_option("--timeout", snapshot.seconds, "How long to wait for an image")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.001, 1e6))
+      ->capture_default_str();
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -60,6 +71,10 @@ int run(int argc, char** argv) {
 
   if (runCommand->parsed()) {
     Host::runTree(options);
+    return 0;
+  }
+  if (snapshotCommand->parsed()) {
+    Host::takeSnapshot(snapshot);
     return 0;
   }
   return Host::print(type.empty() ? Host::describeTypes() : Host::describeType(type)) ? 0 : 1;
