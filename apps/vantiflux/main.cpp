@@ -12,6 +12,7 @@
 #include "RunCommand.h"
 #include "SnapshotCommand.h"
 #include "TypesCommand.h"
+#include "simulate/SimulateCommand.h"
 
 namespace {
 
@@ -63,12 +64,19 @@ int run(int argc, char** argv) {
       ->check(CLI::Range(0.001, 1e6))
       ->capture_default_str();
 
+  Simulate::Program program;
+  Simulate::addCommand(app, program);
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return finish(app, error);
   }
 
+  if (program) {
+    program();
+    return 0;
+  }
   if (runCommand->parsed()) {
     Host::runTree(options);
     return 0;

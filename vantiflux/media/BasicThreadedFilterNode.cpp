@@ -7,8 +7,6 @@
 
 namespace Vantiflux {
 
-namespace Console = Tarsil::Console;
-
 template <class In, class Out>
 BasicThreadedFilterNode<In, Out>::BasicThreadedFilterNode(const std::string& inLabel, const std::string& inDescription,
                                                           const std::string& outLabel,
@@ -24,10 +22,10 @@ BasicThreadedFilterNode<In, Out>::~BasicThreadedFilterNode() = default;
 
 template <class In, class Out>
 void BasicThreadedFilterNode<In, Out>::start() {
-  Console::out("BasicThreadedFilterNode::start \n");
+  Tarsil::printLine("BasicThreadedFilterNode::start ");
   in_.addListener(*this);
   worker_.start([this] { return prepare(); });
-  Console::out("BasicThreadedFilterNode::start thread STARTED\n");
+  Tarsil::printLine("BasicThreadedFilterNode::start thread STARTED");
 }
 
 // Here and not in `start`, which may be called while an earlier run still has to see that it was stopped.
@@ -45,9 +43,9 @@ template <class In, class Out>
 void BasicThreadedFilterNode<In, Out>::stop() {
   in_.removeListener(*this);
   if (worker_.isRunning())
-    Console::out("BasicThreadedFilterNode::stop stopping thread\n");
+    Tarsil::printLine("BasicThreadedFilterNode::stop stopping thread");
   endWorker();
-  Console::out("BasicThreadedFilterNode::stop thread STOPPED\n");
+  Tarsil::printLine("BasicThreadedFilterNode::stop thread STOPPED");
 }
 
 // The order matters: the worker looks for the stop event after it has reset the other one.
@@ -64,7 +62,7 @@ void BasicThreadedFilterNode<In, Out>::endWorker() {
 template <class In, class Out>
 void BasicThreadedFilterNode<In, Out>::newData(BasicInSlot&) TARSIL_NO_ANALYSIS {
   if (frameMutex_.isLockedByThisThread() || !frameMutex_.tryLock()) {
-    Console::error("BasicThreadedFilterNode::newData frame dropped\n");
+    Tarsil::printErrorLine("BasicThreadedFilterNode::newData frame dropped");
     return;
   }
   const std::unique_lock lock(frameMutex_, std::adopt_lock);
@@ -77,7 +75,7 @@ void BasicThreadedFilterNode<In, Out>::newData(BasicInSlot&) TARSIL_NO_ANALYSIS 
 
 template <class In, class Out>
 void BasicThreadedFilterNode<In, Out>::thread() {
-  Console::out("BasicThreadedFilterNode::thread begin \n");
+  Tarsil::printLine("BasicThreadedFilterNode::thread begin ");
   setState(Running);
   while (!stopEvent_.test()) {
     frameEvent_.wait();
@@ -85,7 +83,7 @@ void BasicThreadedFilterNode<In, Out>::thread() {
   }
   if (getState() == Running) // after a shutdown from inside it stays Disabled
     setState(Sleeping);
-  Console::out("BasicThreadedFilterNode::thread end \n");
+  Tarsil::printLine("BasicThreadedFilterNode::thread end ");
 }
 
 // A producer holds the mutex just long enough to store a frame; nobody else waits for it.

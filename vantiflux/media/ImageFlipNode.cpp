@@ -41,8 +41,8 @@ SmartPtr<Image> ImageFlipNode::transform(SmartPtr<Image>& frame) const {
     frame->setParameters(0, 0, Image::NONE);
   }
   if (!canFlip(frame->format())) {
-    Tarsil::Console::error("image flip not implemented for image format:" +
-                           std::string(Image::format2String(frame->format())) + "\n");
+    Tarsil::printErrorLine("image flip not implemented for image format:" +
+                           std::string(Image::format2String(frame->format())));
     return frame;
   }
   const bool horizontal = getFlipHorizontal();

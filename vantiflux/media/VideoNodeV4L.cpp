@@ -153,7 +153,7 @@ void VideoNodeV4L::thread() {
 
 bool VideoNodeV4L::setXBarChannel(VideoDevice& device, int channel) {
   if (channel >= 0 && device_.isV4L2 && !device.selectInput(channel))
-    Tarsil::Console::error("Cannot set channel properties\n");
+    Tarsil::printErrorLine("Cannot set channel properties");
   return true;
 }
 

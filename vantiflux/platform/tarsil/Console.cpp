@@ -6,27 +6,27 @@
 #include <poll.h>
 #include <unistd.h>
 
-namespace Tarsil::Console {
+namespace Tarsil {
 
 namespace {
 
 // A pipe that is ready takes 4096 bytes at least. The lock keeps it ready until they are written.
-void write(std::ostream& stream, int descriptor, std::string_view text) {
-  static std::mutex& lock = *new std::mutex; // threads may write while the process exits
-  const std::lock_guard guard(lock);
-  pollfd ready{descriptor, POLLOUT, 0};
-  if (::poll(&ready, 1, 0) == 1 && (ready.revents & (POLLERR | POLLNVAL)) == 0)
-    stream.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
+void print(std::ostream& stream, int descriptor, std::string_view text) {
+  static std::mutex& oneAtATime = *new std::mutex; // threads may print while the process exits
+  const std::lock_guard guard(oneAtATime);
+  pollfd out{descriptor, POLLOUT, 0};
+  if (::poll(&out, 1, 0) == 1 && (out.revents & POLLOUT) != 0)
+    stream << text << std::endl;
 }
 
 } // namespace
 
-void out(std::string_view text) {
-  write(std::cout, STDOUT_FILENO, text);
+void printLine(std::string_view text) {
+  print(std::cout, STDOUT_FILENO, text);
 }
 
-void error(std::string_view text) {
-  write(std::cerr, STDERR_FILENO, text);
+void printErrorLine(std::string_view text) {
+  print(std::cerr, STDERR_FILENO, text);
 }
 
-} // namespace Tarsil::Console
+} // namespace Tarsil

@@ -4,14 +4,12 @@
 
 #include <vantiflux/Export.h>
 
-/// Lines for whoever runs the process. They never hold up the thread that writes them: what a reader who has stopped
-/// reading would not take is left out. A text holds its own line end.
-/// *Threads.* Any thread; texts of several threads do not mix.
-namespace Tarsil::Console {
+namespace Tarsil {
 
-/// To standard output.
-VANTIFLUX_API void out(std::string_view text);
-/// To standard error.
-VANTIFLUX_API void error(std::string_view text);
+/// Print the text and a line end, on standard output or standard error, if that takes it now. Output that is stuck,
+/// because nobody reads the other end of a pipe, loses the line: a worker must never wait for it. From any thread; lines
+/// of several threads do not mix.
+VANTIFLUX_API void printLine(std::string_view text);
+VANTIFLUX_API void printErrorLine(std::string_view text);
 
-} // namespace Tarsil::Console
+} // namespace Tarsil
