@@ -233,7 +233,7 @@ Opening::Error Opening::getFormat(v4l2_format& format) const {
   return 0;
 }
 
-// Grants the offered size that is nearest in area, as drivers with fixed sizes do.
+// Grants the nearest of the offered sizes, as drivers with fixed sizes do.
 Opening::Error Opening::setFormat(v4l2_format& format, bool trying) {
   if (format.type != V4L2_BUF_TYPE_VIDEO_CAPTURE)
     return EINVAL;
@@ -246,8 +246,8 @@ Opening::Error Opening::setFormat(v4l2_format& format, bool trying) {
       return EINVAL;
     layout = settings.formats.front();
   }
-  const auto distance = [area = double{1} * format.fmt.pix.width * format.fmt.pix.height](Size size) {
-    return std::abs(double{1} * size.width * size.height - area);
+  const auto distance = [wanted = format.fmt.pix](Size size) {
+    return std::abs(double{size.width} - wanted.width) + std::abs(double{size.height} - wanted.height);
   };
   const Size before = device_->size;
   const std::string layoutBefore = device_->layout;

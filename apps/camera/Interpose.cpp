@@ -169,44 +169,35 @@ int onCamera(int fd, Operation&& operation) {
   }
 }
 
-// What a camera's descriptor is ready for, when it is not what its timer says.
-void correct(pollfd& entry) {
+// What is wrong with a camera, as `poll` tells it; 0 if nothing is. Counts a call, if this is one.
+short troubleOf(int fd, bool isCall, bool& fails) {
   Registry& all = registry();
   const std::lock_guard guard(all.lock);
-  const std::shared_ptr<Opening> opening = all.opening(entry.fd);
+  const std::shared_ptr<Opening> opening = all.opening(fd);
   if (opening == nullptr)
-    entry.revents = POLLNVAL;
-  else if (opening->isGone())
-    entry.revents = POLLERR | POLLHUP;
-  else if (!opening->isStreaming() && !opening->device().settings.readOnly)
-    entry.revents = POLLERR;
-}
-
-bool pollFails(const pollfd* entries, nfds_t count) {
-  Registry& all = registry();
-  const std::lock_guard guard(all.lock);
-  for (nfds_t i = 0; i < count; ++i)
-    if (const auto opening = all.opening(entries[i].fd))
-      if (opening->fails("POLL"))
-        return true;
-  return false;
+    return POLLNVAL;
+  if (isCall && opening->fails("POLL"))
+    fails = true;
+  if (opening->isGone())
+    return POLLERR | POLLHUP;
+  return opening->isStreaming() || opening->device().settings.readOnly ? 0 : POLLERR;
 }
 
 int pollFiles(pollfd* entries, nfds_t count, int timeout) {
   static auto* const real = next<decltype(::poll)>("poll");
-  bool cameras = false;
+  bool fails = false;
   for (nfds_t i = 0; i < count; ++i)
-    cameras = cameras || isOurs(entries[i].fd);
-  if (!cameras)
-    return real(entries, count, timeout);
-  if (pollFails(entries, count))
+    if (isOurs(entries[i].fd) && troubleOf(entries[i].fd, true, fails) != 0)
+      timeout = 0;
+  if (fails)
     return fail(EIO);
   if (real(entries, count, timeout) < 0)
     return -1;
   int ready = 0;
   for (nfds_t i = 0; i < count; ++i) {
     if (isOurs(entries[i].fd))
-      correct(entries[i]);
+      if (const short trouble = troubleOf(entries[i].fd, false, fails))
+        entries[i].revents = trouble;
     ready += entries[i].revents != 0 ? 1 : 0;
   }
   return ready;

@@ -70,7 +70,7 @@ TEST(Camera, AgreesWithTheDeviceOnFormatAndSize) {
       {"formats=MJPG,adjust=no", {}, ""},
       {"fail=S_FMT", {{"Width", "1280"}, {"Format", "BGR24"}}, "640x480 YUY2"},
       {"", {{"Width", "1270"}}, "1280x720 YUY2"},
-      {"size=1280x720+640x480+320x240", {{"Height", "10"}}, "320x240 YUY2"},
+      {"size=1280x720+1280x480", {{"Height", "10"}}, "1280x480 YUY2"},
       {"", {{"Width", "320"}, {"Height", "240"}}, "320x240 YUY2"},
       {"", {{"Width", "-5"}, {"Height", "-5"}}, "640x480 YUY2"},
       {"inputs=Composite+S-Video", {{"Channel", "1"}}, "640x480 YUY2"},

@@ -33,7 +33,7 @@ private:
 
 // How the threads take turns decides how many images circulate, so the first frames may be a few more or less.
 TEST(SteadyStream, AllocatesNothingAfterItsFirstFrames) {
-  test::plugIn("rate=100,size=1920x1080");
+  test::plugIn("rate=200,size=1920x1080");
   Namespace space;
   Buffers buffers;
   test::Viewer viewer([&] { buffers.add(viewer.frame()->data()); });
@@ -51,10 +51,10 @@ TEST(SteadyStream, AllocatesNothingAfterItsFirstFrames) {
   space.addRoute("Flip/frames_out", "viewer");
 
   bool steady = false;
-  for (int window = 0; window < 30 && !steady; ++window) {
+  for (int window = 0; window < 60 && !steady; ++window) {
     const long before = test::allocations();
     const int buffersBefore = buffers.count();
-    ASSERT_TRUE(viewer.sees(viewer.count + 100));
+    ASSERT_TRUE(viewer.sees(viewer.count + 50));
     steady = test::allocations() == before && buffers.count() == buffersBefore;
   }
   EXPECT_TRUE(steady);

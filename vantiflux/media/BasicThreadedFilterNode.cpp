@@ -65,12 +65,16 @@ void BasicThreadedFilterNode<In, Out>::newData(BasicInSlot&) TARSIL_NO_ANALYSIS 
     Tarsil::printErrorLine("BasicThreadedFilterNode::newData frame dropped");
     return;
   }
+  // The worker is woken when the mutex is free again: it does not wait for it either.
+  struct Waking {
+    ~Waking() { event.set(); }
+    Tarsil::Event& event;
+  } const waking{frameEvent_};
   const std::unique_lock lock(frameMutex_, std::adopt_lock);
   if (in_.empty()) // two writers left one value for two calls
     return;
   frame_ = in_.pop().getValue();
   frameWaits_ = true;
-  frameEvent_.set();
 }
 
 template <class In, class Out>
@@ -86,10 +90,12 @@ void BasicThreadedFilterNode<In, Out>::thread() {
   Tarsil::printLine("BasicThreadedFilterNode::thread end ");
 }
 
-// A producer holds the mutex just long enough to store a frame; nobody else waits for it.
+// Whoever holds the mutex now is storing a frame, and sets the event after that.
 template <class In, class Out>
-void BasicThreadedFilterNode<In, Out>::work() {
-  const Tarsil::MutexLock lock(frameMutex_);
+void BasicThreadedFilterNode<In, Out>::work() TARSIL_NO_ANALYSIS {
+  if (!frameMutex_.tryLock())
+    return;
+  const std::unique_lock lock(frameMutex_, std::adopt_lock);
   if (!frameWaits_)
     return;
   try {

@@ -52,7 +52,7 @@ private:
   void thread();
   void work();
 
-  Tarsil::Mutex frameMutex_; ///< held while a frame is stored or transformed; guards the next two
+  Tarsil::Mutex frameMutex_; ///< held while a frame is stored or transformed, and only tried by both; guards the next two
   In frame_{};               ///< the frame waiting for the worker
   bool frameWaits_ = false;
   Tarsil::Event stopEvent_{false, false};  ///< tells the worker to end
