@@ -39,8 +39,8 @@ struct Device {
   Size size;
   std::string layout;
   unsigned input = 0;
-  std::uint32_t frames = 0;        ///< delivered since it was plugged in
-  const Opening* owner = nullptr;  ///< who has buffers of it
+  std::uint32_t frames = 0;              ///< delivered since it was plugged in
+  const Opening* owner = nullptr;        ///< who has buffers of it
   std::map<std::string, unsigned> calls; ///< of all openings, by request
   std::map<std::string, unsigned> opens; ///< the calls that concern no opening
 
@@ -49,8 +49,8 @@ private:
   std::string cardKey_;
 };
 
-/// A simulated camera as one caller has it open. Its descriptor is a timer that ticks with the frames, so that every way
-/// of waiting for a descriptor works. *Threads.* Guarded by the lock of the registry, but for the descriptor.
+/// A simulated camera as one caller has it open. Its descriptor is a timer that ticks with the frames, so that every
+/// way of waiting for a descriptor works. *Threads.* Guarded by the lock of the registry, but for the descriptor.
 class Opening {
 public:
   /// What a system call results in: 0 or an `errno` value.

@@ -219,8 +219,7 @@ void* mapFile(void* address, std::size_t length, int protection, int flags, int 
     return real(address, length, protection, flags, fd, offset);
   int memory = -1;
   const int found = onCamera(fd, [&](Opening& opening) {
-    return opening.isGone() ? ENODEV
-                            : opening.fails("MMAP") ? ENOMEM : opening.findBuffer(length, offset, memory);
+    return opening.isGone() ? ENODEV : opening.fails("MMAP") ? ENOMEM : opening.findBuffer(length, offset, memory);
   });
   return found < 0 ? MAP_FAILED : real(address, length, protection, flags, memory, offset);
 }
@@ -278,7 +277,8 @@ EXPORTED int ioctl(int fd, unsigned long request, ...) noexcept {
   if (!Camera::isOurs(fd))
     return real(fd, request, argument);
   // Requests have 32 bits; some callers extend their sign.
-  return Camera::onCamera(fd, [&](Camera::Opening& opening) { return opening.request(request & 0xffffffff, argument); });
+  return Camera::onCamera(fd,
+                          [&](Camera::Opening& opening) { return opening.request(request & 0xffffffff, argument); });
 }
 
 EXPORTED void* mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset) noexcept {

@@ -14,10 +14,24 @@ constexpr std::uint32_t largestSide = 8192;
 constexpr std::size_t mostCameras = 64;
 constexpr std::size_t mostItems = 32;
 
-constexpr std::array<std::string_view, 18> requests = {
-    "OPEN",  "POLL",     "READ",      "MMAP",      "QUERYCAP", "G_FMT",           "S_FMT",
-    "S_INPUT", "REQBUFS", "QUERYBUF", "QBUF",      "DQBUF",    "STREAMON",        "STREAMOFF",
-    "ENUMINPUT", "ENUM_FMT", "ENUM_FRAMESIZES", "ENUM_FRAMEINTERVALS"};
+constexpr std::array<std::string_view, 18> requests = {"OPEN",
+                                                       "POLL",
+                                                       "READ",
+                                                       "MMAP",
+                                                       "QUERYCAP",
+                                                       "G_FMT",
+                                                       "S_FMT",
+                                                       "S_INPUT",
+                                                       "REQBUFS",
+                                                       "QUERYBUF",
+                                                       "QBUF",
+                                                       "DQBUF",
+                                                       "STREAMON",
+                                                       "STREAMOFF",
+                                                       "ENUMINPUT",
+                                                       "ENUM_FMT",
+                                                       "ENUM_FRAMESIZES",
+                                                       "ENUM_FRAMEINTERVALS"};
 constexpr std::array<std::string_view, 4> knownLies = {"INDEX", "LENGTH", "COUNT", "SIZE"};
 
 [[noreturn]] void refuse(std::string_view setting, std::string_view value) {

@@ -52,14 +52,8 @@ TestCard::TestCard(Size size, const std::string& layout)
 }
 
 TestCard::Color TestCard::colorAt(std::uint32_t x, std::uint32_t y) const {
-  static constexpr std::array<Color, 8> bars = {{{255, 255, 255},
-                                                 {255, 255, 0},
-                                                 {0, 255, 255},
-                                                 {0, 255, 0},
-                                                 {255, 0, 255},
-                                                 {255, 0, 0},
-                                                 {0, 0, 255},
-                                                 {0, 0, 0}}};
+  static constexpr std::array<Color, 8> bars = {
+      {{255, 255, 255}, {255, 255, 0}, {0, 255, 255}, {0, 255, 0}, {255, 0, 255}, {255, 0, 0}, {0, 0, 255}, {0, 0, 0}}};
   static constexpr std::array<Color, 4> marks = {{{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {255, 255, 0}}};
   const std::uint32_t mark = std::max<std::uint32_t>(1, std::min(size_.width, size_.height) / 8);
   const bool left = x < mark;

@@ -9,10 +9,10 @@
 
 namespace Camera {
 
-/// Draws the picture that a simulated camera sees, in one size and pixel layout: eight colour bars (white, yellow, cyan,
-/// green, magenta, red, blue, black), below them a sixth of grey rising from left to right, marks in the corners (red,
-/// green, blue and yellow, from the top left, line by line), and in the middle the number of the frame: in figures, and
-/// below those in sixteen black or white fields for programs, the highest bit first.
+/// Draws the picture that a simulated camera sees, in one size and pixel layout: eight colour bars (white, yellow,
+/// cyan, green, magenta, red, blue, black), below them a sixth of grey rising from left to right, marks in the corners
+/// (red, green, blue and yellow, from the top left, line by line), and in the middle the number of the frame: in
+/// figures, and below those in sixteen black or white fields for programs, the highest bit first.
 ///
 /// Layouts: RGB3, RGB4, BGR3, YUYV, GREY. Any other is two bytes a pixel of nothing.
 class TestCard {
@@ -40,7 +40,7 @@ private:
 
   const Size size_;
   const std::string layout_;
-  const std::uint32_t unit_; ///< pixels of one step of the figures
+  const std::uint32_t unit_;        ///< pixels of one step of the figures
   std::vector<unsigned char> card_; ///< everything but the number
 };
 

@@ -47,8 +47,7 @@ Pixels pixelsOf(const Image& image) {
   if (image.width() > JPEG_MAX_DIMENSION || image.height() > JPEG_MAX_DIMENSION ||
       image.size() != std::size_t{image.width()} * image.height() * channels || image.size() > 1U << 30)
     refuse(image, "is too large for a picture file");
-  return {image.data(), static_cast<int>(image.width()), static_cast<int>(image.height()),
-          static_cast<int>(channels)};
+  return {image.data(), static_cast<int>(image.width()), static_cast<int>(image.height()), static_cast<int>(channels)};
 }
 
 // The fourth byte is of no use in a picture.

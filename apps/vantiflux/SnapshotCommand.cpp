@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 #include <vantiflux/core/Exception.h>
@@ -22,10 +23,10 @@ namespace {
 
 using namespace Vantiflux;
 
-/// Waits under a label of the tree for the first image with pixels.
+/// Waits under a label of the tree for an image with pixels, the first one after those that are skipped.
 class Catcher : private BasicInSlot::Listener {
 public:
-  explicit Catcher(const std::string& label) : label_(label) {
+  Catcher(const std::string& label, unsigned skipped) : label_(label), skipped_(skipped) {
     slot_.addListener(*this);
     Root::the().addInSlot(label_, &slot_);
   }
@@ -48,13 +49,18 @@ private:
     SmartPtr<Image> image = slot_.pop().getValue();
     if (!image || image->size() == 0)
       return;
+    if (skipped_ > 0) {
+      --skipped_;
+      return;
+    }
     image_ = std::move(image);
     caught_.set();
   }
 
   const std::string label_;
   InSlot<SmartPtr<Image>> slot_{"A snapshot"};
-  SmartPtr<Image> image_; ///< the writer's until the event is set
+  unsigned skipped_; ///< this and the next are the writer's, until the event is set
+  SmartPtr<Image> image_;
   Tarsil::Event caught_;
 };
 
@@ -100,7 +106,7 @@ void takeSnapshot(const SnapshotOptions& options) {
   loadTree(options.tree);
   if (const std::string mistake = mistakeIn(options.label); !mistake.empty())
     throw Exception(mistake);
-  Catcher catcher(options.label);
+  Catcher catcher(options.label, options.skipped);
   const SmartPtr<Image> image = catcher.wait(options.seconds);
   if (!image)
     reportSilence(options);

@@ -57,8 +57,10 @@ int run(int argc, char** argv) {
   Host::SnapshotOptions snapshot;
   CLI::App* const snapshotCommand = app.add_subcommand("snapshot", "Load a tree and save one image of it as a picture");
   snapshotCommand->add_option("TREE", snapshot.tree, "The tree: a .vfx file or its URL")->required();
-  snapshotCommand->add_option("LABEL", snapshot.label, "Where the image arrives, such as \"Camera/Frames\"")->required();
+  snapshotCommand->add_option("LABEL", snapshot.label, "Where the image arrives, such as \"Camera/Frames\"")
+      ->required();
   snapshotCommand->add_option("FILE", snapshot.file, "The picture: .png, .jpg or .jpeg")->required();
+  snapshotCommand->add_option("--skip", snapshot.skipped, "Images to let pass before")->type_name("COUNT");
   snapshotCommand->add_option("--timeout", snapshot.seconds, "How long to wait for an image")
       ->type_name("SECONDS")
       ->check(CLI::Range(0.001, 1e6))

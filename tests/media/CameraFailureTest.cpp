@@ -1,5 +1,5 @@
-// Every request to a camera fails in turn, drivers lie, and cameras are unplugged. Whatever happens, the run ends in the
-// state that people have to see, nothing is left open or mapped, and the next run works.
+// Every request to a camera fails in turn, drivers lie, and cameras are unplugged. Whatever happens, the run ends in
+// the state that people have to see, nothing is left open or mapped, and the next run works.
 #include <string>
 #include <vector>
 

@@ -21,17 +21,25 @@ using test::Scene;
 TEST(Camera, IsFoundByNumberPathOrCard) {
   plugIn("card=First Cam;card=Second WebCam;card=7;absent=yes;card=Behind the gap");
   const std::vector<std::pair<std::string, std::string>> devices = {
-      {"0", "First Cam"},       {"1", "Second WebCam"},      {"/dev/video1", "Second WebCam"},
-      {" \t2\r\n", "7"},        {"*WEB*", "Second WebCam"},  {"second webcam", "Second WebCam"},
-      {"7", "7"},               {"*", "First Cam"},          {"/dev/video4", "Behind the gap"},
-      {"[f]*", "First Cam"},    {"4", "Behind the gap"},
+      {"0", "First Cam"},
+      {"1", "Second WebCam"},
+      {"/dev/video1", "Second WebCam"},
+      {" \t2\r\n", "7"},
+      {"*WEB*", "Second WebCam"},
+      {"second webcam", "Second WebCam"},
+      {"7", "7"},
+      {"*", "First Cam"},
+      {"/dev/video4", "Behind the gap"},
+      {"[f]*", "First Cam"},
+      {"4", "Behind the gap"},
   };
   for (const auto& [device, card] : devices) {
     Scene scene(Scene::Fields{{"Device", device}});
     EXPECT_EQ(scene.node->getState(), Node::Sleeping) << device;
     EXPECT_EQ(scene.node->getShortInfo(), "Operating " + card) << device;
   }
-  for (const std::string device : {"3", "", "-1", "99999999999999999999", "/dev/video3", "/nowhere", "Behind*", "1 2"}) {
+  for (const std::string device :
+       {"3", "", "-1", "99999999999999999999", "/dev/video3", "/nowhere", "Behind*", "1 2"}) {
     Scene scene(Scene::Fields{{"Device", device}});
     EXPECT_EQ(scene.node->getState(), Node::Error) << device;
     EXPECT_EQ(scene.node->getShortInfo(), "Cannot open device file") << device;
@@ -117,10 +125,10 @@ TEST(Camera, CopiesFramesWholeAndInOrder) {
       EXPECT_EQ(test::numberOf(*kept[i]), first + i);
       const unsigned char* const pixels = kept[i]->data();
       const std::size_t line = std::size_t{640} * 2;
-      EXPECT_EQ(pixels[10 * line + 20], 76);                 // the red mark's luminance
-      EXPECT_EQ(pixels[10 * line + 23], 255);                // and its red
+      EXPECT_EQ(pixels[10 * line + 20], 76);                    // the red mark's luminance
+      EXPECT_EQ(pixels[10 * line + 23], 255);                   // and its red
       EXPECT_EQ(pixels[470 * line + 320 * 2], 320 * 255 / 639); // grey rises
-      EXPECT_EQ(pixels[200 * line], 255);                    // the white bar
+      EXPECT_EQ(pixels[200 * line], 255);                       // the white bar
     }
   }
 }
@@ -206,17 +214,16 @@ TEST(Camera, IsStoppedAndRemovedFromInside) {
 TEST(Camera, TellsOfTheDevicesOfTheSystem) {
   plugIn("card=A<b>&,size=640x480+320x240,formats=YUYV,rate=12.5,inputs=Composite+S-Video;absent=yes;card=Other");
   Scene scene;
-  EXPECT_EQ(scene.node->getDetailedInfo(),
-            "API used for grabbing frames: Video4Linux2<p>\n"
-            "The following devices are currently connected to the system:<p>\n"
-            "Device 0: A&lt;b&gt;&amp; (device file = /dev/video0)<br>\n"
-            "Device 2: Other (device file = /dev/video2)<br>\n"
-            "Currently operating A&lt;b&gt;&amp; (/dev/video0)<p>\n"
-            "The device has the following channels:<br>\n"
-            "Channel 0: Composite<br>\nChannel 1: S-Video<br>\n"
-            "The device provides the following video formats:<br>\n"
-            "Simulated YUYV FCC(YUYV)<br>\n"
-            "&nbsp;&nbsp;640x480 at 12.5 Hz<br>\n&nbsp;&nbsp;320x240 at 12.5 Hz<br>\n");
+  EXPECT_EQ(scene.node->getDetailedInfo(), "API used for grabbing frames: Video4Linux2<p>\n"
+                                           "The following devices are currently connected to the system:<p>\n"
+                                           "Device 0: A&lt;b&gt;&amp; (device file = /dev/video0)<br>\n"
+                                           "Device 2: Other (device file = /dev/video2)<br>\n"
+                                           "Currently operating A&lt;b&gt;&amp; (/dev/video0)<p>\n"
+                                           "The device has the following channels:<br>\n"
+                                           "Channel 0: Composite<br>\nChannel 1: S-Video<br>\n"
+                                           "The device provides the following video formats:<br>\n"
+                                           "Simulated YUYV FCC(YUYV)<br>\n"
+                                           "&nbsp;&nbsp;640x480 at 12.5 Hz<br>\n&nbsp;&nbsp;320x240 at 12.5 Hz<br>\n");
   plugIn("fail=QUERYCAP+ENUMINPUT+ENUM_FMT");
   scene.initialize();
   EXPECT_EQ(scene.node->getDetailedInfo(), "API used for grabbing frames: Video4Linux<p>\n"

@@ -109,8 +109,8 @@ TEST(ThreadedFilter, TellsOfItsBeginningAndEnd) {
   const std::string text = testing::internal::GetCapturedStdout();
   const std::string prefix = "BasicThreadedFilterNode::";
   std::size_t at = 0;
-  for (const char* const line : {"start \n", "start thread STARTED\n", "stop stopping thread\n", "thread end \n",
-                                 "stop thread STOPPED\n"}) {
+  for (const char* const line :
+       {"start \n", "start thread STARTED\n", "stop stopping thread\n", "thread end \n", "stop thread STOPPED\n"}) {
     at = text.find(prefix + line, at);
     EXPECT_NE(at, std::string::npos) << line << " in\n" << text;
   }

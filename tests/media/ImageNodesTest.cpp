@@ -37,9 +37,9 @@ struct Flipped {
 };
 
 TEST(ImageFlip, ReflectsAtTheAxisOfItsName) {
-  for (const Flipped& flipped : {Flipped{true, false, {6, 7, 8, 3, 4, 5, 0, 1, 2}},
-                                 Flipped{false, true, {2, 1, 0, 5, 4, 3, 8, 7, 6}},
-                                 Flipped{true, true, {8, 7, 6, 5, 4, 3, 2, 1, 0}}}) {
+  for (const Flipped& flipped :
+       {Flipped{true, false, {6, 7, 8, 3, 4, 5, 0, 1, 2}}, Flipped{false, true, {2, 1, 0, 5, 4, 3, 8, 7, 6}},
+        Flipped{true, true, {8, 7, 6, 5, 4, 3, 2, 1, 0}}}) {
     for (const auto& [format, bytesPerPixel] :
          {std::pair(Image::BGR565, 2U), std::pair(Image::RGB24, 3U), std::pair(Image::BGR32, 4U)}) {
       ImageFlipNode node;

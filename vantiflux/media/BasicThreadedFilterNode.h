@@ -52,8 +52,9 @@ private:
   void thread();
   void work();
 
-  Tarsil::Mutex frameMutex_; ///< held while a frame is stored or transformed, and only tried by both; guards the next two
-  In frame_{};               ///< the frame waiting for the worker
+  Tarsil::Mutex
+      frameMutex_; ///< held while a frame is stored or transformed, and only tried by both; guards the next two
+  In frame_{};     ///< the frame waiting for the worker
   bool frameWaits_ = false;
   Tarsil::Event stopEvent_{false, false};  ///< tells the worker to end
   Tarsil::Event frameEvent_{false, false}; ///< wakes the worker, for a frame or for its end

@@ -27,8 +27,7 @@ Node* ImageFlipNode::create() {
   return new ImageFlipNode;
 }
 
-ImageFlipNode::ImageFlipNode()
-    : ThreadedImageFilterNode("frames_in", "image input", "frames_out", "image output") {}
+ImageFlipNode::ImageFlipNode() : ThreadedImageFilterNode("frames_in", "image input", "frames_out", "image output") {}
 
 ImageFlipNode::~ImageFlipNode() {
   disable();

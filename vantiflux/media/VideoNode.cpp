@@ -32,8 +32,8 @@ Field VideoNode::fields_[] = {
                 &N::getFlipX),
     fieldRow<N>("FlipY", "Flip the image vertically (when the hardware supports it).", "false", &N::setFlipY,
                 &N::getFlipY),
-    fieldRow<N>("Trigger", "Use an external hardware trigger (when the hardware supports it).", "false",
-                &N::setTrigger, &N::getTrigger),
+    fieldRow<N>("Trigger", "Use an external hardware trigger (when the hardware supports it).", "false", &N::setTrigger,
+                &N::getTrigger),
 };
 NodeType VideoNode::type_(typeName_, &VideoNode::create, author_, shortDescription_, longDescription_, fields_,
                           std::size(fields_));

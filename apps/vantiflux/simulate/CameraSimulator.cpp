@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -23,9 +24,7 @@ namespace {
 
 using Vantiflux::Exception;
 
-constexpr const char* description = R"(Run a command for which simulated cameras stand in the place of /dev/video*
-
-A camera is described by settings between commas, lists between plus signs:
+constexpr const char* explanation = R"(A camera is described by settings between commas, lists between plus signs:
   card=NAME           name of the card [Simulated Camera]
   size=WxH+...        sizes offered; it is set to the first [640x480+320x240+1280x720+1920x1080]
   formats=CODE+...    pixel layouts: RGB3, RGB4, BGR3, YUYV, GREY; others are blank [YUYV+RGB3+RGB4]
@@ -86,21 +85,20 @@ void runWithCameras(const std::vector<std::string>& cameras, std::vector<std::st
 } // namespace
 
 void addCamera(CLI::App& simulate, Program& program) {
-  CLI::App* const command = simulate.add_subcommand("camera", description);
+  CLI::App* const command =
+      simulate.add_subcommand("camera", "Run a command for which simulated cameras stand in the place of /dev/video*");
+  command->footer(explanation);
   struct Words {
     std::vector<std::string> cameras;
     std::vector<std::string> command;
   };
   const auto words = std::make_shared<Words>();
-  command
-      ->add_option("--device", words->cameras, "A camera; the first is /dev/video0, the next /dev/video1")
+  command->add_option("--device", words->cameras, "A camera; the first is /dev/video0, the next /dev/video1")
       ->type_name("SETTINGS")
       ->take_all()
       ->allow_extra_args(false);
   command->add_option("COMMAND", words->command, "What to run, after --")->required();
-  command->callback([words, &program] {
-    program = [words] { runWithCameras(words->cameras, words->command); };
-  });
+  command->callback([words, &program] { program = [words] { runWithCameras(words->cameras, words->command); }; });
 }
 
 } // namespace Simulate
