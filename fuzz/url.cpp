@@ -22,7 +22,7 @@ void check(const Pelorn::URL& url) {
     return;
   const std::string absolute = url.toString();
   for (const char c : absolute)
-    fuzz::require(c > ' ' && c != 0x7f);
+    fuzz::require(static_cast<unsigned char>(c) > ' ' && c != 0x7f);
   fuzz::require(read(absolute, {}).toString() == absolute);
 }
 

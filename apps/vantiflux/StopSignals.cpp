@@ -22,7 +22,7 @@ StopSignals::~StopSignals() {
     const std::lock_guard lock(mutex_);
     phase_ = Phase::Over;
   }
-  pthread_kill(taker_.native_handle(), SIGTERM);
+  pthread_kill(taker_.native_handle(), SIGINT);
   taker_.join();
   pthread_sigmask(SIG_UNBLOCK, &set_, nullptr);
 }
