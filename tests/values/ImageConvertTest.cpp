@@ -80,6 +80,7 @@ TEST(ImageConvert, AFrameOfTheSameSizeReusesTheBuffer) {
   noise(64, 48, Image::YUY2, 2).convertFormat(Image::Y444, result);
   noise(64, 48, Image::BGR24).convertFormat(Image::Y800, result);
   noise(64, 48, Image::I420).convertFormat(Image::RGB24, result);
+  Vantiflux::flip(noise(64, 48, Image::BGR24), result, true, true);
   EXPECT_EQ(result.data(), buffer);
 
   Image self = noise(17, 3, Image::YUY2);
@@ -152,6 +153,11 @@ TEST(ImageSplit, WhatCannotBeConvertedIsBlackAndOpaque) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "convert \"FLOAT32\" to \"RGB24\" not implemented\n");
   EXPECT_EQ(bytesOf(planes[0]), ImageReference::Bytes(15, 0));
   EXPECT_EQ(bytesOf(planes[3]), ImageReference::Bytes(15, 255));
+
+  const std::array<const unsigned char*, 2> buffers = {planes[0].data(), planes[3].data()};
+  Vantiflux::splitChannels(noise(5, 3, Image::YUY2), {planes[0], planes[1], planes[2], planes[3]});
+  EXPECT_EQ(planes[0].data(), buffers[0]);
+  EXPECT_EQ(planes[3].data(), buffers[1]);
 
   Image none;
   none.setParameters(60000, 60000, Image::NONE);

@@ -43,10 +43,6 @@ void run(Step step, const Image& in, Image& result, Image::Format format) {
   PixelLoops::convert(step, from(in, 0), result.data(), pixels);
 }
 
-void yuvToRgb24(unsigned char* pixels, std::size_t count) {
-  PixelLoops::convert(Step::Y444_to_RGB24, {pixels, 3 * count}, pixels, count);
-}
-
 // Three planes one after the other. A chroma line is width / 2 or width / 4 long; so the last pixels of an odd width,
 // or of an odd last line, find the bytes that follow.
 struct Planes {
@@ -69,25 +65,10 @@ void runPlanes(const Planes& planes, const Image& in, Image& result, Image::Form
                                           from(in, (planes.vFirst ? first : second) + chroma)};
     unsigned char* const out = result.data() + 3 * at;
     const std::size_t count = std::min(width, pixels - at);
-    if (format == Image::RGB24 && planes.chroma == Chroma::half) {
-      PixelLoops::planarLineToRgb24(bytes, out, count);
-      continue;
-    }
-    PixelLoops::planarLineToY444(planes.chroma, bytes, out, count);
     if (format == Image::RGB24)
-      yuvToRgb24(out, count); // while the line is in the cache
-  }
-}
-
-// Formats with twelve bytes for eight pixels, to RGB24: in runs that stay in the cache between both steps.
-void runTwelveBytes(Shuffle toY444, const Image& in, Image& result) {
-  constexpr std::size_t runLength = 2048;
-  const std::size_t pixels = prepare(in, result, Image::RGB24);
-  for (std::size_t at = 0; at < pixels; at += runLength) {
-    unsigned char* const out = result.data() + 3 * at;
-    const std::size_t count = std::min(runLength, pixels - at);
-    PixelLoops::shuffle(toY444, from(in, at / 8 * 12), out, count);
-    yuvToRgb24(out, count);
+      PixelLoops::planarLineToRgb24(planes.chroma, bytes, out, count);
+    else
+      PixelLoops::planarLineToY444(planes.chroma, bytes, out, count);
   }
 }
 
@@ -178,7 +159,8 @@ void Image::convertFormat(Format target, Image& result) const {
     return;
   reportMissing(format_, target);
   result.setParameters(result.width_, result.height_, RGB24);
-  yuvToRgb24(result.data(), std::min(std::size_t{pixelsOf(result)}, result.size() / 3));
+  const std::size_t pixels = std::min(std::size_t{pixelsOf(result)}, result.size() / 3);
+  PixelLoops::convert(Step::Y444_to_RGB24, from(result, 0), result.data(), pixels);
 }
 
 bool Image::convertDirectly(Format target, Image& result) const {
@@ -278,10 +260,10 @@ bool Image::convertYuvToRgb24(Image& result) const {
     run(Shuffle::Y1600_to_RGB24, *this, result, RGB24);
     return true;
   case Y411:
-    runTwelveBytes(Shuffle::Y411_to_Y444, *this, result);
+    run(Step::Y411_to_RGB24, *this, result, RGB24);
     return true;
   case Y41P:
-    runTwelveBytes(Shuffle::Y41P_to_Y444, *this, result);
+    run(Step::Y41P_to_RGB24, *this, result, RGB24);
     return true;
   case I420:
     runPlanes(i420, *this, result, RGB24);

@@ -23,7 +23,7 @@ namespace Vantiflux::PixelLoops::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 // Vectors of bytes, and the same bits as 16-bit lanes.
-using U8 = hn::ScalableTag<std::uint8_t>;
+using U8 = hn::CappedTag<std::uint8_t, 32>;
 using U16 = hn::RepartitionToWide<U8>;
 using I16 = hn::RebindToSigned<U16>;
 using V8 = hn::VFromD<U8>;
@@ -111,21 +111,6 @@ HWY_INLINE void runBlocks(Sources<Block> in, Outputs<Block> out, std::size_t pix
     for (std::size_t k = 0; k < out.size(); ++k)
       out[k] += count * (Block::out[k].advance / Block::pixels);
   }
-}
-
-// Saturates two vectors of signed 16-bit lanes to bytes: in each block of 16 bytes the lanes of a, then those of b.
-// Puts back together what InterleaveLower and InterleaveUpper took apart. (This Highway has no such operation for
-// bytes.)
-HWY_INLINE V8 packBlocks(VI16 a, VI16 b) {
-#if HWY_TARGET == HWY_AVX3
-  return V8{_mm512_packus_epi16(a.raw, b.raw)};
-#elif HWY_TARGET == HWY_AVX2
-  return V8{_mm256_packus_epi16(a.raw, b.raw)};
-#else
-  static_assert(lanes == 16, "a wider instruction set needs its own line");
-  const hn::Half<U8> half;
-  return hn::Combine(U8(), hn::DemoteTo(half, b), hn::DemoteTo(half, a));
-#endif
 }
 
 } // namespace Vantiflux::PixelLoops::HWY_NAMESPACE

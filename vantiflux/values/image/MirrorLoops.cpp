@@ -11,18 +11,18 @@ HWY_BEFORE_NAMESPACE();
 namespace Vantiflux::PixelLoops::HWY_NAMESPACE {
 
 template <std::size_t bytes>
-HWY_INLINE void reverseOneByOne(const unsigned char* in, unsigned char* out, std::size_t from, std::size_t pixels) {
-  for (std::size_t i = from; i < pixels; ++i)
+HWY_INLINE void reverseOneByOne(const unsigned char* in, unsigned char* out, std::size_t pixels) {
+  for (std::size_t i = 0; i < pixels; ++i)
     std::memcpy(out + (pixels - 1 - i) * bytes, in + i * bytes, bytes);
 }
 
 // Pixels of a size that lanes have.
 template <class T>
 void reverseLanes(const unsigned char* in, unsigned char* out, std::size_t pixels) {
-  const hn::ScalableTag<T> d;
+  const hn::Repartition<T, U8> d;
   constexpr std::size_t step = hn::MaxLanes(d);
   if (pixels < step)
-    return reverseOneByOne<sizeof(T)>(in, out, 0, pixels);
+    return reverseOneByOne<sizeof(T)>(in, out, pixels);
   const auto reverse = [&](std::size_t at) HWY_ATTR {
     const auto bytes = hn::LoadU(U8(), in + at * sizeof(T));
     hn::StoreU(hn::BitCast(U8(), hn::Reverse(d, hn::BitCast(d, bytes))), U8(), out + (pixels - step - at) * sizeof(T));
@@ -34,16 +34,26 @@ void reverseLanes(const unsigned char* in, unsigned char* out, std::size_t pixel
     reverse(pixels - step); // the last pixels, some of them a second time
 }
 
-// Five pixels of three bytes at a time. They end up in the upper fifteen bytes: the byte below belongs to the pixel
-// that is written next.
+// Five pixels of three bytes at a time, from the end of the source. The byte that is written behind them belongs to the
+// pixel that comes next, the one that is read before them goes nowhere.
 void reverse24(const unsigned char* in, unsigned char* out, std::size_t pixels) {
-  alignas(16) static constexpr std::uint8_t order[16] = {0x80, 12, 13, 14, 9, 10, 11, 6, 7, 8, 3, 4, 5, 0, 1, 2};
+  alignas(16) static constexpr std::uint8_t order[16] = {13, 14, 15, 10, 11, 12, 7, 8, 9, 4, 5, 6, 1, 2, 3, 0x80};
   const hn::FixedTag<std::uint8_t, 16> d;
   const auto indices = hn::Load(d, order);
-  std::size_t at = 0;
-  for (; at + 6 <= pixels; at += 5)
-    hn::StoreU(hn::TableLookupBytesOr0(hn::LoadU(d, in + at * 3), indices), d, out + (pixels - at - 5) * 3 - 1);
-  reverseOneByOne<3>(in, out, at, pixels);
+  const auto reverse = [&](std::size_t done) HWY_ATTR {
+    const auto bytes = hn::LoadU(d, in + (pixels - done - 5) * 3 - 1);
+    hn::StoreU(hn::TableLookupBytesOr0(bytes, indices), d, out + done * 3);
+  };
+  std::size_t done = 0;
+  for (; done + 21 <= pixels; done += 20) {
+    reverse(done);
+    reverse(done + 5);
+    reverse(done + 10);
+    reverse(done + 15);
+  }
+  for (; done + 6 <= pixels; done += 5)
+    reverse(done);
+  reverseOneByOne<3>(in, out + done * 3, pixels - done);
 }
 
 void runReverse(std::size_t bytesPerPixel, const unsigned char* in, unsigned char* out, std::size_t pixels) {

@@ -47,6 +47,8 @@ enum class Step {
   IYU2_to_RGB24,
   Y422_to_RGB24,
   YUY2_to_RGB24,
+  Y411_to_RGB24,
+  Y41P_to_RGB24,
 };
 void convert(Step step, Source in, unsigned char* out, std::size_t pixels);
 
@@ -59,8 +61,8 @@ struct PlanarLine {
 };
 /// One line of a planar image. A chroma source of size 0 may have a null pointer.
 void planarLineToY444(Chroma chroma, const PlanarLine& in, unsigned char* out, std::size_t pixels);
-/// The same with chroma halved, straight to R, G, B.
-void planarLineToRgb24(const PlanarLine& in, unsigned char* out, std::size_t pixels);
+/// The same straight to R, G, B.
+void planarLineToRgb24(Chroma chroma, const PlanarLine& in, unsigned char* out, std::size_t pixels);
 
 /// Splits pixels into planes, in the order in which their bytes lie in memory.
 void splitThree(Source in, const std::array<unsigned char*, 3>& planes, std::size_t pixels);

@@ -39,13 +39,17 @@ struct PlanarBlock {
   }
 };
 
-struct PlanarToRgbBlock : PlanarBlock<2> {
+template <std::size_t shared>
+struct PlanarToRgbBlock : PlanarBlock<shared> {
+  // A 16-bit lane for each two pixels, times 256.
   static HWY_INLINE V16 loadHigh(const unsigned char* from) {
-    return hn::ShiftLeft<8>(hn::PromoteTo(U16(), hn::LoadU(hn::Rebind<std::uint8_t, U16>(), from)));
+    if constexpr (shared == 2)
+      return hn::ShiftLeft<8>(hn::PromoteTo(U16(), hn::LoadU(hn::Rebind<std::uint8_t, U16>(), from)));
+    else
+      return oddBytesHigh(loadFourTimes(from));
   }
   static HWY_INLINE void run(const std::array<const unsigned char*, 3>& from, const std::array<unsigned char*, 1>& to) {
-    const Rgb rgb = pairsToRgb(hn::LoadU(U8(), from[0]), loadHigh(from[1]), loadHigh(from[2]));
-    hn::StoreInterleaved3(rgb.r, rgb.g, rgb.b, U8(), to[0]);
+    storePairsAsRgb(hn::LoadU(U8(), from[0]), loadHigh(from[1]), loadHigh(from[2]), to[0]);
   }
 };
 
@@ -99,8 +103,11 @@ void runPlanarToY444(Chroma chroma, const PlanarLine& in, unsigned char* out, st
     runBlocks<PlanarBlock<4>>({in.y, in.u, in.v}, {out}, pixels);
 }
 
-void runPlanarToRgb24(const PlanarLine& in, unsigned char* out, std::size_t pixels) {
-  runBlocks<PlanarToRgbBlock>({in.y, in.u, in.v}, {out}, pixels);
+void runPlanarToRgb24(Chroma chroma, const PlanarLine& in, unsigned char* out, std::size_t pixels) {
+  if (chroma == Chroma::half)
+    runBlocks<PlanarToRgbBlock<2>>({in.y, in.u, in.v}, {out}, pixels);
+  else
+    runBlocks<PlanarToRgbBlock<4>>({in.y, in.u, in.v}, {out}, pixels);
 }
 
 void runSplitThree(Source in, const std::array<unsigned char*, 3>& planes, std::size_t pixels) {
@@ -132,8 +139,8 @@ HWY_EXPORT(runSplitBGR565);
 void planarLineToY444(Chroma chroma, const PlanarLine& in, unsigned char* out, std::size_t pixels) {
   HWY_DYNAMIC_DISPATCH(runPlanarToY444)(chroma, in, out, pixels);
 }
-void planarLineToRgb24(const PlanarLine& in, unsigned char* out, std::size_t pixels) {
-  HWY_DYNAMIC_DISPATCH(runPlanarToRgb24)(in, out, pixels);
+void planarLineToRgb24(Chroma chroma, const PlanarLine& in, unsigned char* out, std::size_t pixels) {
+  HWY_DYNAMIC_DISPATCH(runPlanarToRgb24)(chroma, in, out, pixels);
 }
 void splitThree(Source in, const std::array<unsigned char*, 3>& planes, std::size_t pixels) {
   HWY_DYNAMIC_DISPATCH(runSplitThree)(in, planes, pixels);
