@@ -11,6 +11,7 @@
 #include "CodecsCommand.h"
 #include "Messages.h"
 #include "RunCommand.h"
+#include "SnapshotCommand.h"
 #include "TypesCommand.h"
 #include "simulate/SimulateCommand.h"
 
@@ -56,6 +57,17 @@ int run(int argc, char** argv) {
 
   const CLI::App* const codecsCommand =
       app.add_subcommand("codecs", "List the binary encodings of values, by name, with the type that they are for");
+  Host::SnapshotOptions snapshot;
+  CLI::App* const snapshotCommand = app.add_subcommand("snapshot", "Load a tree and save one image of it as a picture");
+  snapshotCommand->add_option("TREE", snapshot.tree, "The tree: a .vfx file or its URL")->required();
+  snapshotCommand->add_option("LABEL", snapshot.label, "Where the image arrives, such as \"Camera/Frames\"")
+      ->required();
+  snapshotCommand->add_option("FILE", snapshot.file, "The picture: .png, .jpg or .jpeg")->required();
+  snapshotCommand->add_option("--skip", snapshot.skipped, "Images to let pass before")->type_name("COUNT");
+  snapshotCommand->add_option("--timeout", snapshot.seconds, "How long to wait for an image")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.001, 1e6))
+      ->capture_default_str();
 
   Simulate::Program program;
   Simulate::addCommand(app, program);
@@ -76,6 +88,10 @@ int run(int argc, char** argv) {
   }
   if (codecsCommand->parsed())
     return Host::print(Host::listCodecs()) ? 0 : 1;
+  if (snapshotCommand->parsed()) {
+    Host::takeSnapshot(snapshot);
+    return 0;
+  }
   return Host::print(type.empty() ? Host::describeTypes() : Host::describeType(type)) ? 0 : 1;
 }
 

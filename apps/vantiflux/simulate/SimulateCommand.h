@@ -19,5 +19,6 @@ void addCommand(CLI::App& app, Program& program);
 void addFastrak(CLI::App& simulate, Program& program);
 void addART(CLI::App& simulate, Program& program);
 void addVicon(CLI::App& simulate, Program& program);
+void addCamera(CLI::App& simulate, Program& program);
 
 } // namespace Simulate
