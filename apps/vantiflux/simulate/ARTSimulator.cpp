@@ -81,8 +81,8 @@ public:
   void run() {
     const Place to = placeOf(options_.to);
     socket_.open("", 0, to.address, to.port);
-    std::cout << to.address << ':' << to.port << std::endl;
     Session session(options_.seconds, [this] { socket_.breakWait(); });
+    std::cout << to.address << ':' << to.port << std::endl;
     auto next = Clock::now();
     while (!options_.ends(frames_) && session.sleepUntil(next)) {
       next = std::max(next, Clock::now() - std::chrono::seconds(1));
