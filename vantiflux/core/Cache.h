@@ -61,11 +61,15 @@ public:
   static Cache& the_;
 
 private:
+  // Not written at the definition below: where only the definition in the header is seen, clang 16 takes a reference to
+  // what a constant expression could make for a constant, and that for null.
+  static Cache& makeThe() { return *new Cache; }
+
   std::vector<std::unique_ptr<RefCtr<T>>> all_; ///< every holder ever made
   std::vector<RefCtr<T>*> free_;                ///< those that nobody refers to
 };
 
 template <class T>
-Cache<T>& Cache<T>::the_ = *new Cache<T>;
+Cache<T>& Cache<T>::the_ = Cache<T>::makeThe();
 
 } // namespace Vantiflux
