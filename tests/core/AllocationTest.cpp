@@ -77,10 +77,10 @@ TEST(Allocation, EncodingAndDecodingTakeNone) {
   };
   for (int i = 0; i < 5; ++i)
     exchange();
-  const long before = allocations;
+  const long before = allocations();
   for (int i = 0; i < 1000; ++i)
     exchange();
-  EXPECT_EQ(allocations, before);
+  EXPECT_EQ(allocations(), before);
 }
 
 } // namespace
