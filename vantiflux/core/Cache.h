@@ -58,18 +58,18 @@ public:
 
   /// The pool of the process. Made when the library is loaded and never destroyed: values may be released by the last
   /// thread of the process.
+#ifdef __clang__
+  // Clang 16 takes a reference that is instantiated elsewhere, but whose definition it sees, for a constant null.
+  [[clang::exclude_from_explicit_instantiation]]
+#endif
   static Cache& the_;
 
 private:
-  // Not written at the definition below: where only the definition in the header is seen, clang 16 takes a reference to
-  // what a constant expression could make for a constant, and that for null.
-  static Cache& makeThe() { return *new Cache; }
-
   std::vector<std::unique_ptr<RefCtr<T>>> all_; ///< every holder ever made
   std::vector<RefCtr<T>*> free_;                ///< those that nobody refers to
 };
 
 template <class T>
-Cache<T>& Cache<T>::the_ = Cache<T>::makeThe();
+Cache<T>& Cache<T>::the_ = *new Cache<T>;
 
 } // namespace Vantiflux
