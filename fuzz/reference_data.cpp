@@ -2,13 +2,13 @@
 // come out the same when they are written and read again.
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <iostream>
 #include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include <fuzz/Input.h>
 #include <vantiflux/filters/EqualizeNode.h>
 
 namespace {
@@ -22,11 +22,6 @@ struct Table {
   bool failed;
 };
 
-void check(bool good) {
-  if (!good)
-    std::abort();
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
@@ -37,16 +32,16 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   const Table first(std::string(reinterpret_cast<const char*>(bytes), size));
   const std::size_t count = first.reality.size();
-  check(first.measure.size() == count && first.ori.size() == count);
-  check(first.failed == (count < 64 || count > 2048));
+  fuzz::require(first.measure.size() == count && first.ori.size() == count);
+  fuzz::require(first.failed == (count < 64 || count > 2048));
   std::ostringstream text;
   text.precision(std::numeric_limits<float>::max_digits10);
   for (std::size_t i = 0; i < count; ++i) {
     const auto& [x, y, z] = first.reality[i];
-    check(std::isfinite(x) && std::isfinite(y) && std::isfinite(z));
+    fuzz::require(std::isfinite(x) && std::isfinite(y) && std::isfinite(z));
     text << first.reality[i] << '\t' << first.measure[i] << " 0 0 0 1 # orientations do not come back as quaternions\n";
   }
   const Table second(text.str() + "0");
-  check(second.reality == first.reality && second.measure == first.measure && second.failed == first.failed);
+  fuzz::require(second.reality == first.reality && second.measure == first.measure && second.failed == first.failed);
   return 0;
 }
