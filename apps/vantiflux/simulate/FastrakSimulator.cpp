@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <chrono>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <utility>
@@ -37,7 +36,7 @@ public:
   void run() {
     line_.open(options_.link);
     Session session(options_.seconds, [this] { line_.breakWait(); });
-    std::cout << line_.path() << std::endl;
+    announce(line_.path());
     auto next = Clock::now();
     while (!session.over() && !options_.ends(frames_)) {
       next = std::max(next, Clock::now() - std::chrono::seconds(1)); // no burst after a long sleep of the machine
@@ -164,7 +163,7 @@ private:
       return;
     controller_.restart();
     line_.open(options_.link);
-    std::cout << line_.path() << std::endl;
+    announce(line_.path());
   }
 
   const FastrakOptions options_;

@@ -1,7 +1,6 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <iostream>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -56,7 +55,7 @@ public:
     listener_.open(place.address, place.port);
     place.port = listener_.getLocalAddress().getServicePort(); // also after a restart
     Session session(options_.seconds, [this] { interrupt(); });
-    std::cout << place.address << ':' << place.port << std::endl;
+    announce(place.address + ":" + std::to_string(place.port));
     while (!session.over() && !options_.ends(frames_)) {
       if (down_ && !session.sleep(options_.pause))
         break;
