@@ -1,11 +1,13 @@
 #include <vantiflux/core/Namespace.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include <vantiflux/core/Node.h>
 #include <vantiflux/values/SlotTypes.h>
 
 namespace {
@@ -110,6 +112,39 @@ TEST(Namespace, EqualLabelsConnectWhileEnabled) {
   EXPECT_FALSE(out.isConnected());
   ns.addInSlot("Value", &in);
   EXPECT_EQ(in.pop().getValue(), 1.0F); // the stored value, at once
+}
+
+TEST(Namespace, DisablingIsCarriedOutWholeAfterACallBackThrew) {
+  struct Thrower : BasicInSlot::Listener {
+    void stopInSlot(BasicInSlot&) override { throw std::runtime_error("no"); }
+  } thrower;
+  InSlot<float> in;
+  OutSlot<float> out;
+  in.addListener(thrower);
+  Namespace ns;
+  ns.addInSlot("value", &in);
+  ns.addOutSlot("value", &out);
+  ns.addNamespace("child", std::make_unique<Node>());
+  ns.enable();
+  EXPECT_THROW(ns.disable(), std::runtime_error);
+  EXPECT_FALSE(ns.enabled());
+  EXPECT_FALSE(out.isConnected());
+  EXPECT_EQ(dynamic_cast<Node*>(ns.getNamespace("child"))->getState(), Node::Disabled);
+  in.removeListener(thrower);
+}
+
+TEST(Namespace, ClearingEndsThoughEveryChildIsReplaced) {
+  struct Phoenix : Node {
+    explicit Phoenix(Namespace& home) : home_(home) {}
+    void shutdown() override { home_.addNamespace("again", std::make_unique<Node>()); }
+    Namespace& home_;
+  };
+  Namespace ns;
+  ns.enable();
+  ns.addNamespace("a", std::make_unique<Phoenix>(ns));
+  ns.addNamespace("b", std::make_unique<Phoenix>(ns));
+  ns.clearNamespaces();
+  EXPECT_EQ(ns.getNamespaces().size(), 2U);
 }
 
 TEST(Namespace, LabelsOfChildrenAreUniqueAndCaseless) {

@@ -41,14 +41,15 @@ public:
   /// valid.
   virtual void connect(BasicOutSlot* slot) = 0;
   /// Takes one connection back. When it returns for the last one, no delivery between the two is under way but those
-  /// that this thread itself runs under.
+  /// that this thread itself runs under. Two listeners that disconnect each other's slots at the same time cannot both
+  /// wait: one of them returns first, so they must not destroy the slots before their own calls have ended.
   virtual void disconnect(BasicOutSlot* slot) = 0;
   virtual void startInSlot();
   virtual void stopInSlot();
   virtual void newData();
 
   /// Adding a present listener does nothing. When `removeListener` returns, no call of the listener is under way but
-  /// those that this thread itself runs under.
+  /// those that this thread itself runs under, and those that wait for this thread (as with `disconnect`).
   void addListener(Listener& listener);
   void removeListener(Listener& listener);
 

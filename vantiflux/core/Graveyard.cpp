@@ -28,7 +28,7 @@ namespace {
 void destroy(Namespace* corpse) {
   void* const memory = dynamic_cast<void*>(corpse);
   corpse->~Namespace();
-  ::operator delete(memory);
+  Namespace::operator delete(memory);
 }
 
 } // namespace

@@ -1,5 +1,9 @@
 #include <vantiflux/core/Namespace.h>
 
+#include <cstddef>
+#include <cstdlib>
+#include <exception>
+
 #include <vantiflux/core/Graveyard.h>
 #include <vantiflux/core/Labels.h>
 #include <vantiflux/core/Node.h>
@@ -15,12 +19,33 @@ Namespace::Namespace() = default;
 Namespace::~Namespace() {
   Namespace::disable();
   // The children go while the lock of structure is free: the end of a worker may need it.
-  while (!children_.empty())
-    takeChild(children_.begin()->first);
+  dropChildren();
+}
+
+// Memory of the C library's, for one way of giving it back whatever the alignment; and out of line, or else g++ takes a
+// destroying delete for one that does not match.
+void* Namespace::operator new(std::size_t size) {
+  return operator new(size, std::align_val_t{alignof(std::max_align_t)});
+}
+
+void* Namespace::operator new(std::size_t size, std::align_val_t alignment) {
+  const auto unit = static_cast<std::size_t>(alignment);
+  void* const memory = std::aligned_alloc(unit, (size + unit - 1) / unit * unit);
+  if (memory == nullptr)
+    throw std::bad_alloc();
+  return memory;
 }
 
 void Namespace::operator delete(Namespace* self, std::destroying_delete_t) {
   Graveyard::bury(self);
+}
+
+void Namespace::operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+
+void Namespace::operator delete(void* memory, std::align_val_t) noexcept {
+  std::free(memory);
 }
 
 /// Sets a flag for the length of a scope.
@@ -34,6 +59,31 @@ public:
 private:
   bool& flag_;
 };
+
+namespace {
+
+/// Lets an operation that must be carried out whole go on after a call back threw.
+class Failures {
+public:
+  template <class Step>
+  void collect(Step&& step) {
+    try {
+      step();
+    } catch (...) {
+      if (first_ == nullptr)
+        first_ = std::current_exception();
+    }
+  }
+  void rethrowFirst() const {
+    if (first_ != nullptr)
+      std::rethrow_exception(first_);
+  }
+
+private:
+  std::exception_ptr first_;
+};
+
+} // namespace
 
 Namespace::Change::Change(const Namespace& changed) : changed_(const_cast<Namespace&>(changed)) {
   treeMutex().lock(Tarsil::Mutex::Wait::Yielding);
@@ -67,8 +117,6 @@ bool Namespace::isInUse() const {
   return false;
 }
 
-// What is asked for from inside, by something that `initialize`, `shutdown` or a child calls back, takes effect when
-// the operation under way is through.
 // Who has lent the root lock counts on his pointers when he gets it back: what a borrower takes out of the tree is kept
 // until the lock is released.
 void Namespace::keepForLender() {
@@ -93,17 +141,21 @@ void Namespace::enable() {
     shutdown();
     return;
   }
-  Restructuring::run([this] {
-    enabled_.store(true, std::memory_order_release);
-    publishAll(true);
-    joinAll(true);
+  Failures failures;
+  failures.collect([this] {
+    Restructuring::run([this] {
+      enabled_.store(true, std::memory_order_release);
+      publishAll(true);
+      joinAll(true);
+    });
   });
-  forEachChild([this](Namespace& child) {
+  forEachChild([&](Namespace& child) {
     if (!enabled_) // a call back disabled this namespace again
       return false;
-    child.enable();
+    failures.collect([&child] { child.enable(); });
     return true;
   });
+  failures.rethrowFirst();
 }
 
 void Namespace::disable() {
@@ -115,21 +167,25 @@ void Namespace::disable() {
   if (!enabled_)
     return;
   turnAround_ = false;
+  Failures failures;
   {
     const Phase phase(disabling_);
-    Restructuring::run([this] {
-      enabled_.store(false, std::memory_order_release);
-      joinAll(false);
-      publishAll(false);
+    failures.collect([this] {
+      Restructuring::run([this] {
+        enabled_.store(false, std::memory_order_release);
+        joinAll(false);
+        publishAll(false);
+      });
     });
-    forEachChild([](Namespace& child) {
-      child.disable();
+    forEachChild([&](Namespace& child) {
+      failures.collect([&child] { child.disable(); });
       return true;
     });
-    shutdown();
+    failures.collect([this] { shutdown(); });
   }
   if (std::exchange(turnAround_, false))
-    enable();
+    failures.collect([this] { enable(); });
+  failures.rethrowFirst();
 }
 
 void Namespace::initialize() {}
@@ -154,10 +210,9 @@ void Namespace::forEachChild(const std::function<bool(Namespace&)>& visit) const
   }
 }
 
-const std::string& Namespace::addNamespace(const std::string& label, std::unique_ptr<Namespace> child) {
-  static const auto& none = *new std::string; // never destroyed: nodes work until the root goes
+std::string Namespace::addNamespace(const std::string& label, std::unique_ptr<Namespace> child) {
   if (child == nullptr)
-    return none;
+    return {};
   const Change change(*this);
   Namespace& added = *child;
   const Pin childPin(added);
@@ -172,19 +227,20 @@ const std::string& Namespace::addNamespace(const std::string& label, std::unique
   return added.label_;
 }
 
-const std::string& Namespace::addNamespace(const std::string& label, std::unique_ptr<Node> child) {
+std::string Namespace::addNamespace(const std::string& label, std::unique_ptr<Node> child) {
   return addNamespace(label, std::unique_ptr<Namespace>(std::move(child)));
 }
 
-const std::string& Namespace::addNamespace(std::unique_ptr<Node> child) {
+std::string Namespace::addNamespace(std::unique_ptr<Node> child) {
   const std::string label = child == nullptr ? std::string() : child->typeName();
   return addNamespace(label, std::move(child));
 }
 
-std::unique_ptr<Namespace> Namespace::takeChild(const std::string& key) {
+// The child of that key; with `wanted`, only if it is that one.
+std::unique_ptr<Namespace> Namespace::takeChild(const std::string& key, const Namespace* wanted) {
   const TreeLock lock;
   const auto found = children_.find(key);
-  if (found == children_.end())
+  if (found == children_.end() || (wanted != nullptr && found->second.get() != wanted))
     return nullptr;
   std::unique_ptr<Namespace> child = std::move(found->second);
   children_.erase(found);
@@ -202,9 +258,9 @@ std::unique_ptr<Namespace> Namespace::removeNamespace(const std::string& label) 
   std::unique_ptr<Namespace> child = takeChild(Labels::lower(label));
   if (child == nullptr)
     throw InvalidNamespaceException(unknownChild(label));
+  setDirty(true);
   child->disable();
   child->parent_ = nullptr;
-  setDirty(true);
   return child;
 }
 
@@ -239,9 +295,21 @@ std::string Namespace::createUniqueLabel(const std::string& label) const {
 
 void Namespace::clearNamespaces() {
   const Change change(*this);
-  while (!children_.empty())
-    takeChild(children_.begin()->first);
+  dropChildren();
   setDirty(true);
+}
+
+// Those that are there now: what call backs add meanwhile stays.
+void Namespace::dropChildren() {
+  std::vector<std::pair<std::string, const Namespace*>> present;
+  {
+    const TreeLock lock;
+    present.reserve(children_.size());
+    for (const auto& [key, child] : children_)
+      present.emplace_back(key, child.get());
+  }
+  for (const auto& [key, child] : present)
+    takeChild(key, child);
 }
 
 void Namespace::clear() {

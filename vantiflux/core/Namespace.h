@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -46,8 +47,9 @@ class Node;
 /// whose worker, delivery or structural operation is still on a stack takes it out of service at once and destroys it
 /// when that has ended (see Graveyard).
 ///
-/// *Failure.* Look-ups by name throw. Removing what is not there is ignored. An exception of a listener or of
-/// `initialize` leaves through the caller.
+/// *Failure.* Look-ups by name throw. Removing what is not there is ignored. An exception of `initialize` leaves
+/// through the caller, and the namespace is not enabled; one of a listener, of `shutdown` or of a child does so after
+/// the rest of the operation has been carried out.
 class VANTIFLUX_API Namespace {
 public:
   using Route = Vantiflux::Route;
@@ -113,12 +115,12 @@ public:
 
   /// Adds a child and enables it if this namespace is enabled. Returns the label it got, made unique by a number. A
   /// child whose enabling throws has been added all the same. A null child is ignored.
-  const std::string& addNamespace(const std::string& label, std::unique_ptr<Namespace> child);
-  const std::string& addNamespace(const std::string& label, std::unique_ptr<Node> child);
+  std::string addNamespace(const std::string& label, std::unique_ptr<Namespace> child);
+  std::string addNamespace(const std::string& label, std::unique_ptr<Node> child);
   /// Labels the node by its type name.
-  const std::string& addNamespace(std::unique_ptr<Node> child);
+  std::string addNamespace(std::unique_ptr<Node> child);
   template <std::derived_from<Namespace> Derived>
-  const std::string& addNamespace(const std::string& label, std::unique_ptr<Derived> child) {
+  std::string addNamespace(const std::string& label, std::unique_ptr<Derived> child) {
     return addNamespace(label, std::unique_ptr<Namespace>(std::move(child)));
   }
   /// Gives a child back, disabled. Throws InvalidNamespaceException for an unknown label, as does getNamespace.
@@ -176,7 +178,12 @@ public:
   void addListener(Listener& listener);
   void removeListener(Listener& listener);
 
+  static void* operator new(std::size_t size);
+  static void* operator new(std::size_t size, std::align_val_t alignment);
   static void operator delete(Namespace* self, std::destroying_delete_t);
+  /// Give memory back whose constructor threw.
+  static void operator delete(void* memory) noexcept;
+  static void operator delete(void* memory, std::align_val_t alignment) noexcept;
 
 protected:
   /// Called before the namespace connects and before its children are enabled.
@@ -241,7 +248,8 @@ private:
   bool dropRoute(const Route* route);
   bool dropExternalRoute(const ExternalRoute* route);
   void forEachChild(const std::function<bool(Namespace&)>& visit) const;
-  std::unique_ptr<Namespace> takeChild(const std::string& key);
+  std::unique_ptr<Namespace> takeChild(const std::string& key, const Namespace* wanted = nullptr);
+  void dropChildren();
   std::string unknownChild(const std::string& label) const;
   bool isInUse() const;
   void keepForLender();

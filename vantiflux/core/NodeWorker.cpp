@@ -77,7 +77,13 @@ bool NodeWorker::goesOn() {
     return false;
   }
   const auto prepare = std::exchange(next_, nullptr);
-  active_ = prepare && prepare();
+  try {
+    active_ = prepare && prepare();
+  } catch (const std::exception& e) {
+    node_.setState(Node::Error, e.what());
+  } catch (...) {
+    node_.setState(Node::Error, "Unknown exception");
+  }
   if (!active_)
     thread_.endRun(); // while the lock is held: who starts next makes a thread of his own
   return active_;

@@ -93,9 +93,23 @@ void OutSlot<T>::deliver(First&& first) {
     }
     OutSlot& slot;
   } delivering(*this);
-  first();
-  while (std::exchange(again_, false))
-    attached_.walk([this](InSlot<T>& in) { in.push(last_); });
+  std::exception_ptr failure;
+  try {
+    first();
+  } catch (...) {
+    failure = std::current_exception();
+  }
+  // What others stored meanwhile counts on being delivered, whatever became of this value.
+  while (std::exchange(again_, false)) {
+    try {
+      attached_.walk([this](InSlot<T>& in) { in.push(last_); });
+    } catch (...) {
+      if (failure == nullptr)
+        failure = std::current_exception();
+    }
+  }
+  if (failure != nullptr)
+    std::rethrow_exception(failure);
 }
 
 template <class T>

@@ -11,17 +11,18 @@ namespace Vantiflux {
 
 constinit std::atomic<std::uint64_t> Root::releases_{0};
 constinit Root* Root::the_ = nullptr;
-constinit bool Root::initialized_ = false;
+constinit std::atomic<bool> Root::initialized_{false};
 
 /// Makes the root while the library is loaded.
 struct RootHolder {
   RootHolder() {
-    Root::the_ = new (memory) Root;
+    Root::the_ = ::new (memory) Root;
     std::atexit(destroy);
   }
 
   static void destroy() {
-    if (Root::initialized_)
+    static std::atomic<bool> begun{false};
+    if (!begun.exchange(true))
       Root::the_->~Root();
   }
 

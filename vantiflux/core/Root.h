@@ -77,7 +77,7 @@ private:
   /// How often the root lock has been released to anybody.
   static std::atomic<std::uint64_t> releases_;
   static Root* the_;
-  static bool initialized_;
+  static std::atomic<bool> initialized_; ///< written by the thread that loads the library, and by the one that exits
 
   std::vector<std::unique_ptr<Tarsil::DynamicLibrary>> libraries_; ///< guarded by the lock of structure
 };

@@ -34,9 +34,12 @@ public:
 
   const std::string& getDescription() const noexcept { return description_; }
 
-  void lock() const TARSIL_ACQUIRE(dataMutex_) { dataMutex_.lock(); }
+  /// For callers who look at several things at once. While they wait, the library may lend what this thread holds to a
+  /// thread that would otherwise wait for this one for ever (see Tarsil::Mutex), as if that thread's work were called
+  /// from here.
+  void lock() const TARSIL_ACQUIRE(dataMutex_) { dataMutex_.lock(Tarsil::Mutex::Wait::Delivery); }
   void unlock() const TARSIL_RELEASE(dataMutex_) { dataMutex_.unlock(); }
-  void listenersLock() const TARSIL_ACQUIRE(listenersMutex_) { listenersMutex_.lock(); }
+  void listenersLock() const TARSIL_ACQUIRE(listenersMutex_) { listenersMutex_.lock(Tarsil::Mutex::Wait::Yielding); }
   void listenersUnlock() const TARSIL_RELEASE(listenersMutex_) { listenersMutex_.unlock(); }
 
   /// Whether a delivery or a call of listeners is under way on some thread, this one included.

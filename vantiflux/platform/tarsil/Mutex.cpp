@@ -65,7 +65,7 @@ bool Mutex::tryLock() {
 }
 
 bool Mutex::isInUse() const noexcept {
-  return isLocked() || WaitGraph::the().isAwaited(*this);
+  return WaitGraph::the().isAwaited(*this) || isLocked(); // in the order in which a thread passes through both
 }
 
 } // namespace Tarsil
