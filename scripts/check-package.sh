@@ -11,7 +11,7 @@ rm -rf "$work"
 cmake --install "$build" --prefix "$work/staged" >/dev/null
 mv "$work/staged" "$work/prefix"
 
-"$work/prefix/bin/vantiflux" types | grep -q '^Clock '
+"$work/prefix/bin/vantiflux" types | grep -q '^Clock:'
 
 # The simulated camera is found from where the program is now.
 "$work/prefix/bin/vantiflux" simulate camera -- \

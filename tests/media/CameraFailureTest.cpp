@@ -136,14 +136,7 @@ TEST(CameraFailure, ACameraThatComesLaterIsTakenAtTheNextStart) {
   EXPECT_TRUE(scene.viewer.sees(2));
 }
 
-// As many descriptors as the search for the device needs, and not one more.
 TEST(CameraFailure, WithoutADescriptorForTheWakeUpThereIsNoRun) {
-  plugIn("rate=0,fail=OPEN@3");
-  Scene scene; // has one from its first initialisation
-  scene.route();
-  EXPECT_TRUE(scene.viewer.sees(1));
-  scene.unroute();
-
   plugIn("rate=0");
   rlimit before{};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);

@@ -60,7 +60,7 @@ void BasicThreadedFilterNode<In, Out>::endWorker() {
 // The mutex is recursive, and the worker holds it while it pushes: what comes back to it through a ring of routes is
 // dropped like anything else that comes while it is busy.
 template <class In, class Out>
-void BasicThreadedFilterNode<In, Out>::newData(BasicInSlot&) TARSIL_NO_ANALYSIS {
+void BasicThreadedFilterNode<In, Out>::newData(BasicInSlot&) {
   if (frameMutex_.isLockedByThisThread() || !frameMutex_.tryLock()) {
     Tarsil::printErrorLine("BasicThreadedFilterNode::newData frame dropped");
     return;
@@ -92,7 +92,7 @@ void BasicThreadedFilterNode<In, Out>::thread() {
 
 // Whoever holds the mutex now is storing a frame, and sets the event after that.
 template <class In, class Out>
-void BasicThreadedFilterNode<In, Out>::work() TARSIL_NO_ANALYSIS {
+void BasicThreadedFilterNode<In, Out>::work() {
   if (!frameMutex_.tryLock())
     return;
   const std::unique_lock lock(frameMutex_, std::adopt_lock);

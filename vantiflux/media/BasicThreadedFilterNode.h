@@ -33,7 +33,7 @@ public:
 
   void start() override;
   void stop() override;
-  void newData(BasicInSlot& slot) override;
+  void newData(BasicInSlot& slot) override TARSIL_NO_ANALYSIS;
   void startInSlot(BasicInSlot& /*slot*/) override {}
   void stopInSlot(BasicInSlot& /*slot*/) override {}
 
@@ -50,7 +50,7 @@ protected:
 private:
   bool prepare();
   void thread();
-  void work();
+  void work() TARSIL_NO_ANALYSIS;
 
   Tarsil::Mutex
       frameMutex_; ///< held while a frame is stored or transformed, and only tried by both; guards the next two

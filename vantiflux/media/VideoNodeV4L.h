@@ -37,6 +37,8 @@ public:
   VideoNodeV4L();
   ~VideoNodeV4L() override;
 
+  using VideoNode::setFormat;
+
   void start() override;
   void stop() override;
   /// The devices of this system, and inputs and formats of the node's own, in HTML. Opens each device for a moment.

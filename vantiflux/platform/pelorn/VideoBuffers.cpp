@@ -28,8 +28,12 @@ bool VideoBuffers::request(unsigned count) {
   wanted.count = count;
   wanted.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
   wanted.memory = V4L2_MEMORY_MMAP;
-  if (!device_.request(VIDIOC_REQBUFS, &wanted) || wanted.count == 0 || wanted.count > limit)
+  if (!device_.request(VIDIOC_REQBUFS, &wanted) || wanted.count == 0)
     return false;
+  if (wanted.count > limit) {
+    release();
+    return false;
+  }
   mappings_.assign(wanted.count, {MAP_FAILED, 0});
   return true;
 }
