@@ -1,7 +1,7 @@
 // Simulated cameras in the place of /dev/video*: a library to be preloaded. It stands between a program and the C
 // library in the calls that reach a capture device; all other files pass through. What the cameras are like is said by
-// the variable VANTIFLUX_CAMERAS (see Settings.h). Each process has cameras of its own; real capture devices are hidden.
-// Programs that make bare system calls, or open a device by openat, are not reached.
+// the variable VANTIFLUX_CAMERAS (see Settings.h). Each process has cameras of its own; real capture devices are
+// hidden. Programs that make bare system calls, or open a device by openat, are not reached.
 #include <array>
 #include <atomic>
 #include <cerrno>
