@@ -102,15 +102,9 @@ bool NodeWorker::goesOn() {
   }
   const auto prepare = std::exchange(next_, nullptr);
   try {
-    try {
-      active_ = prepare && prepare();
-    } catch (...) {
-      report();
-    }
-  } catch (const std::exception& e) {
-    node_.setState(Node::Error, e.what());
+    active_ = prepare && prepare();
   } catch (...) {
-    node_.setState(Node::Error, "Unknown exception");
+    report();
   }
   if (!active_)
     thread_.endRun(); // while the lock is held: who starts next makes a thread of his own

@@ -12,9 +12,9 @@
 
 #include <vantiflux/core/FieldRow.h>
 #include <vantiflux/filters/CalibrationFile.h>
-#include <vantiflux/filters/PoseMatrix.h>
 #include <vantiflux/filters/RadialBasis.h>
 #include <vantiflux/filters/ReferenceTable.h>
+#include <vantiflux/values/Pose.h>
 #include <vantiflux/values/SlotTypes.h>
 
 namespace Vantiflux {

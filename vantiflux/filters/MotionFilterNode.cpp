@@ -5,7 +5,7 @@
 #include <utility>
 
 #include <vantiflux/core/FieldRow.h>
-#include <vantiflux/filters/PoseMatrix.h>
+#include <vantiflux/values/Pose.h>
 #include <vantiflux/values/SlotTypes.h>
 
 namespace Vantiflux {

@@ -7,7 +7,7 @@
 #include <locale>
 #include <sstream>
 
-#include <vantiflux/filters/PoseMatrix.h>
+#include <vantiflux/values/Pose.h>
 
 namespace Vantiflux {
 

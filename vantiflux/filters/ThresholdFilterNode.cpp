@@ -3,7 +3,7 @@
 #include <iterator>
 
 #include <vantiflux/core/FieldRow.h>
-#include <vantiflux/filters/PoseMatrix.h>
+#include <vantiflux/values/Pose.h>
 #include <vantiflux/values/SlotTypes.h>
 
 namespace Vantiflux {

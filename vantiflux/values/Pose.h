@@ -1,24 +1,25 @@
 #pragma once
 
+#include <vantiflux/Export.h>
 #include <vantiflux/values/Matrix4.h>
 #include <vantiflux/values/Rotation.h>
 #include <vantiflux/values/Vec3.h>
 
 namespace Vantiflux {
 
-/// A pose in its two parts.
+/// Where a body is, in metres, and how it is turned, by a unit quaternion: it turns first and moves then.
 struct Pose {
   Vec3<float> position;
   Rotation rotation;
 };
 
 /// As Matrix4::getTransform, with all its turns.
-Pose splitPose(const Matrix4<float>& m);
+VANTIFLUX_API Pose splitPose(const Matrix4<float>& m);
 
 /// The rotation part that a quaternion stands for, which is taken as it is; no translation.
-Matrix4<float> rotationMatrix(const Rotation& r);
+VANTIFLUX_API Matrix4<float> rotationMatrix(const Rotation& r);
 
 /// The matrix of a pose, without any scale.
-Matrix4<float> poseMatrix(const Pose& pose);
+VANTIFLUX_API Matrix4<float> poseMatrix(const Pose& pose);
 
 } // namespace Vantiflux

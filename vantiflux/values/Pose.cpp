@@ -1,4 +1,4 @@
-#include <vantiflux/filters/PoseMatrix.h>
+#include <vantiflux/values/Pose.h>
 
 namespace Vantiflux {
 
