@@ -1,6 +1,6 @@
 // What the filters of tracker poses cost. The equaliser stands beside a plain loop over the same points, its start
-// beside another library's solver. The road of a pose through motion filter and threshold filter, slots, locks and
-// stamps included, stands beside the same arithmetic on arrays. Ratios come at the end.
+// beside another library's solver. The road of a pose from the tracker's record through motion filter and threshold
+// filter, slots, locks and stamps included, stands beside the same arithmetic on arrays. Ratios come at the end.
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -14,9 +14,11 @@
 
 #include "filters_yardstick.h"
 #include <vantiflux/core/Namespace.h>
+#include <vantiflux/devices/FastrakRecord.h>
 #include <vantiflux/filters/EqualizeNode.h>
 #include <vantiflux/filters/MotionFilterNode.h>
 #include <vantiflux/filters/ThresholdFilterNode.h>
+#include <vantiflux/values/Pose.h>
 #include <vantiflux/values/SlotTypes.h>
 
 namespace {
@@ -32,14 +34,6 @@ float noise(float size) {
   return std::uniform_real_distribution<float>(-size, size)(random);
 }
 
-Matrix poseMatrix(const Vector& p, const Rotation& r) {
-  const auto [x, y, z, w] = r;
-  return Matrix({1 - 2 * (y * y + z * z), 2 * (x * y - w * z), 2 * (x * z + w * y), p.x, //
-                 2 * (x * y + w * z), 1 - 2 * (x * x + z * z), 2 * (y * z - w * x), p.y, //
-                 2 * (x * z - w * y), 2 * (y * z + w * x), 1 - 2 * (x * x + y * y), p.z, //
-                 0, 0, 0, 1});
-}
-
 /// A hand that moves half of the time and is never quite still.
 std::vector<Matrix> poses() {
   std::vector<Matrix> all;
@@ -47,9 +41,28 @@ std::vector<Matrix> poses() {
   for (int i = 0; i < 4096; ++i) {
     along += i / 40 % 2 == 0 ? 0.002F : 0.0F;
     Rotation r({0.2F, 1, 0.1F}, 0.4F + along + noise(0.005F));
-    all.push_back(poseMatrix({along + noise(0.002F), noise(0.002F), 1 + noise(0.002F)}, r));
+    all.push_back(poseMatrix({{along + noise(0.002F), noise(0.002F), 1 + noise(0.002F)}, r}));
   }
   return all;
+}
+
+/// The same as a tracker sends them.
+std::vector<std::string> records() {
+  std::vector<std::string> all;
+  for (const Matrix& pose : poses()) {
+    const auto [t, r] = splitPose(pose);
+    char line[64];
+    std::snprintf(line, sizeof line, "01 %7.2f%7.2f%7.2f%7.4f%7.4f%7.4f%7.4f 0\r", 100 * t.x, 100 * t.y, 100 * t.z, r.w,
+                  r.x, r.y, r.z);
+    all.emplace_back(line);
+  }
+  return all;
+}
+
+Matrix parsed(const std::string& line) {
+  FastrakRecord record;
+  FastrakRecord::parse(line, record);
+  return poseMatrix({record.position, record.rotation});
 }
 
 /// An equaliser with that many points in the volume [-1, 1]^3.
@@ -60,7 +73,7 @@ struct Equalizer {
     for (std::size_t i = 0; i < count; ++i) {
       reality.emplace_back(noise(1), noise(1), noise(1));
       measured.emplace_back(reality[i].x + noise(0.02F), reality[i].y + noise(0.02F), reality[i].z + noise(0.02F));
-      ori.push_back(poseMatrix({}, Rotation({1, noise(1), noise(1)}, noise(0.2F))));
+      ori.push_back(poseMatrix({{}, Rotation({1, noise(1), noise(1)}, noise(0.2F))}));
     }
     node.setReferenceData(reality, measured, ori);
   }
@@ -126,7 +139,7 @@ void eigenStart(benchmark::State& state) {
   }
 }
 
-/// A source, both filters and a reader, joined by routes.
+/// A tracker's records, both filters and a reader, joined by routes.
 void posePath(benchmark::State& state) {
   Namespace top;
   top.enable();
@@ -139,10 +152,10 @@ void posePath(benchmark::State& state) {
   top.addRoute("Source", "Motion/In 0");
   top.addRoute("Motion/Out 0", "Threshold/In 0");
   top.addRoute("Threshold/Out 0", "Reader");
-  const std::vector<Matrix> in = poses();
+  const std::vector<std::string> in = records();
   std::size_t i = 0;
   for (auto _ : state) {
-    source.push(in[i++ % in.size()]);
+    source.push(parsed(in[i++ % in.size()]));
     const Data<Matrix> out = reader.pop();
     benchmark::DoNotOptimize(&out);
   }
@@ -151,7 +164,7 @@ void posePath(benchmark::State& state) {
   top.removeInSlot("Reader", &reader);
 }
 
-/// The filters of one stream without a system around them.
+/// The filters of one stream without a system around them, on arrays.
 class BareFilters {
 public:
   Matrix operator()(const Matrix& in) {
@@ -163,14 +176,14 @@ public:
     Filter::Point q{r.x, r.y, r.z, r.w};
     orientations_.filter(4, q);
     const float length = std::sqrt(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3]);
-    Matrix m = poseMatrix({p[0], p[1], p[2]}, {q[0] / length, q[1] / length, q[2] / length, q[3] / length});
+    Matrix m = poseMatrix({{p[0], p[1], p[2]}, {q[0] / length, q[1] / length, q[2] / length, q[3] / length}});
 
     m.getTransform(t.x, t.y, t.z, r.x, r.y, r.z, r.w);
     const bool positionHeld = ThresholdFilterNode::getDistanceSq(t, lastPosition_) < 0.007F * 0.007F;
     const bool rotationHeld = ThresholdFilterNode::getDistanceSq(r, lastRotation_) < 0.0022F * 0.0022F;
     (positionHeld ? t : lastPosition_) = positionHeld ? lastPosition_ : t;
     (rotationHeld ? r : lastRotation_) = rotationHeld ? lastRotation_ : r;
-    return positionHeld || rotationHeld ? poseMatrix(t, r) : m;
+    return positionHeld || rotationHeld ? poseMatrix({t, r}) : m;
   }
 
 private:
@@ -187,10 +200,10 @@ private:
 
 void bareArithmetic(benchmark::State& state) {
   BareFilters filters;
-  const std::vector<Matrix> in = poses();
+  const std::vector<std::string> in = records();
   std::size_t i = 0;
   for (auto _ : state) {
-    const Matrix out = filters(in[i++ % in.size()]);
+    const Matrix out = filters(parsed(in[i++ % in.size()]));
     benchmark::DoNotOptimize(&out);
   }
   state.SetItemsProcessed(state.iterations());
