@@ -128,7 +128,7 @@ TEST(SilentNameService, HoldsUpNeitherTheTreeNorAStop) {
     server.ns.disable();
     EXPECT_EQ(server.node->getState(), Node::Disabled);
   }
-  EXPECT_LT(in(), std::chrono::seconds(5));
+  EXPECT_LT(in(), std::chrono::seconds(9)); // a single look-up takes ten
 }
 
 TEST(SilentNameService, HoldsUpNeitherAClientNorTheNext) {
@@ -148,7 +148,7 @@ TEST(SilentNameService, HoldsUpNeitherAClientNorTheNext) {
     server.ns.enable();
     ASSERT_TRUE(server.runs("Waiting"));
   }
-  EXPECT_LT(fastest, std::chrono::milliseconds(200));
+  EXPECT_LT(fastest, std::chrono::milliseconds(450)); // a name is waited for for half a second
   for (std::size_t round = 1; round <= 40; ++round) { // more than there may be look-ups
     Pelorn::Socket client;
     client.open("127.0.0.1", server.port());
