@@ -42,12 +42,12 @@ Node* ARTNode::create() {
 
 namespace {
 
-/// "A,B,C"; what stands behind is passed over.
+/// "A,B,C"; white space may stand before a number, but not before a comma. What stands behind is passed over.
 template <class T>
 bool readTriple(const std::string& text, std::array<T, 3>& triple) {
   TextCursor cursor(text);
-  return cursor.number(triple[0]) && cursor.take(',') && cursor.number(triple[1]) && cursor.take(',') &&
-         cursor.number(triple[2]);
+  return cursor.skipSpace().number(triple[0]) && cursor.takeAtOnce(',') && cursor.skipSpace().number(triple[1]) &&
+         cursor.takeAtOnce(',') && cursor.skipSpace().number(triple[2]);
 }
 
 /// The shortest text that gives the same numbers again.

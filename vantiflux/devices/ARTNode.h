@@ -12,6 +12,7 @@
 #include <vantiflux/devices/ARTParser.h>
 #include <vantiflux/devices/PoseSlots.h>
 #include <vantiflux/devices/TrackerNode.h>
+#include <vantiflux/devices/ViconParser.h>
 #include <vantiflux/platform/pelorn/UDP.h>
 
 namespace Vantiflux {
@@ -39,6 +40,7 @@ namespace Vantiflux {
 class VANTIFLUX_API ARTNode : public TrackerNode {
 public:
   using BodyRecord = ARTParser::BodyRecord;
+  using ClientCodes = ViconChannels::ClientCodes; ///< what channels are called elsewhere; not used here
 
   static constexpr std::size_t limit = 1024; ///< of bodies, and of sticks
 

@@ -90,6 +90,8 @@ void SearchingNode::runSearch(const std::shared_ptr<Search>& mine) {
     found = search();
   } catch (const std::exception& e) {
     setState(Error, e.what());
+  } catch (...) {
+    setState(Error, "Unknown exception");
   }
   if (mine->deliver(found))
     return;

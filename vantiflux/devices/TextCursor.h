@@ -19,6 +19,11 @@ public:
   /// Takes this sign, if it comes next.
   bool take(char sign) noexcept {
     skipBlanks();
+    return takeAtOnce(sign);
+  }
+
+  /// The same, but nothing may stand before it.
+  bool takeAtOnce(char sign) noexcept {
     if (at_ == end_ || *at_ != sign)
       return false;
     ++at_;
@@ -44,6 +49,13 @@ public:
   template <class T, class... More>
   bool numbers(T& first, More&... more) noexcept {
     return number(first) && (... && number(more));
+  }
+
+  /// Passes over all white space, line feeds too.
+  TextCursor& skipSpace() noexcept {
+    while (at_ != end_ && (*at_ == ' ' || (*at_ >= '\t' && *at_ <= '\r')))
+      ++at_;
+    return *this;
   }
 
   bool atEnd() noexcept {

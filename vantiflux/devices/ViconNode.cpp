@@ -137,6 +137,8 @@ bool ViconNode::receive(void* bytes, std::size_t size, int milliseconds) {
   const Pelorn::Deadline deadline(milliseconds);
   auto* to = static_cast<char*>(bytes);
   while (size > 0) {
+    if (milliseconds >= 0 && deadline.remaining() == 0) // however fast it sends
+      return false;
     if (stream_.in_avail() <= 0 && stream_.waitForData(deadline.remaining()) != Pelorn::WaitResult::Data)
       return false;
     const std::streamsize got = stream_.sgetn(

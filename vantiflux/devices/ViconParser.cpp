@@ -6,19 +6,10 @@
 
 namespace Vantiflux {
 
-constexpr std::array<std::string_view, MarkerChannel::channels> ViconChannels::ClientCodes::markerTokens_{
-    "<P-X>", "<P-Y>", "<P-Z>", "<P-O>"};
-constexpr std::array<std::string_view, BodyChannel::channels> ViconChannels::ClientCodes::bodyTokens_{
-    "<A-X>", "<A-Y>", "<A-Z>", "<T-X>", "<T-Y>", "<T-Z>"};
+constexpr ViconChannels::ClientCodes::MarkerTokens ViconChannels::ClientCodes::markerTokens_ = MakeMarkerTokens();
+constexpr ViconChannels::ClientCodes::BodyTokens ViconChannels::ClientCodes::bodyTokens_ = MakeBodyTokens();
 
 namespace {
-
-template <class Channel>
-Channel* findName(std::vector<Channel>& channels, std::string_view name) {
-  const auto at =
-      std::find_if(channels.begin(), channels.end(), [name](const Channel& channel) { return channel.name == name; });
-  return at == channels.end() ? nullptr : &*at;
-}
 
 /// The place of the token in the table; the table's size if it is not there.
 template <std::size_t Size>
@@ -32,13 +23,20 @@ void setNumber(Channel& channel, std::size_t component, std::int32_t number) {
     channel.number[component] = number;
 }
 
+} // namespace
+
 template <class Channel>
-Channel& addName(std::vector<Channel>& channels, std::string_view name) {
+Channel* ViconChannels::find(std::vector<Channel>& channels, const Places& places, const std::string& name) {
+  const auto at = places.find(name);
+  return at == places.end() ? nullptr : &channels[at->second];
+}
+
+template <class Channel>
+Channel& ViconChannels::append(std::vector<Channel>& channels, Places& places, const std::string& name) {
+  places.emplace(name, channels.size());
   channels.emplace_back().name = name;
   return channels.back();
 }
-
-} // namespace
 
 // A name without brackets has an empty token. What is known as a marker or a body stays that, whatever tokens follow.
 void ViconChannels::add(const std::string& channel) {
@@ -48,19 +46,19 @@ void ViconChannels::add(const std::string& channel) {
   const std::size_t begin = std::min(text.find('<'), text.size());
   const std::size_t end = std::min(text.find('>', begin), text.size());
   const std::string_view token = text.substr(begin, end + 1 - begin);
-  std::string_view name = text.substr(0, begin);
-  name = name.substr(0, name.rfind(' '));
+  const std::string_view head = text.substr(0, begin);
+  const std::string name(head.substr(0, head.rfind(' ')));
 
   const std::size_t ofMarker = findToken(ClientCodes::markerTokens_, token);
   const std::size_t ofBody = findToken(ClientCodes::bodyTokens_, token);
-  if (MarkerChannel* const marker = findName(markers_, name))
+  if (MarkerChannel* const marker = find(markers_, markerPlaces_, name))
     setNumber(*marker, ofMarker, number);
-  else if (BodyChannel* const body = findName(bodies_, name))
+  else if (BodyChannel* const body = find(bodies_, bodyPlaces_, name))
     setNumber(*body, ofBody, number);
   else if (ofMarker < MarkerChannel::channels)
-    setNumber(addName(markers_, name), ofMarker, number);
+    setNumber(append(markers_, markerPlaces_, name), ofMarker, number);
   else if (ofBody < BodyChannel::channels)
-    setNumber(addName(bodies_, name), ofBody, number);
+    setNumber(append(bodies_, bodyPlaces_, name), ofBody, number);
   else if (token == "<F>")
     frame_ = number;
 }

@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <vantiflux/Export.h>
@@ -32,8 +33,12 @@ class VANTIFLUX_API ViconChannels {
 public:
   /// The tokens in the order of the channels.
   struct VANTIFLUX_API ClientCodes {
-    static const std::array<std::string_view, MarkerChannel::channels> markerTokens_;
-    static const std::array<std::string_view, BodyChannel::channels> bodyTokens_;
+    using MarkerTokens = std::array<std::string_view, MarkerChannel::channels>;
+    using BodyTokens = std::array<std::string_view, BodyChannel::channels>;
+    static constexpr MarkerTokens MakeMarkerTokens() { return {"<P-X>", "<P-Y>", "<P-Z>", "<P-O>"}; }
+    static constexpr BodyTokens MakeBodyTokens() { return {"<A-X>", "<A-Y>", "<A-Z>", "<T-X>", "<T-Y>", "<T-Z>"}; }
+    static const MarkerTokens markerTokens_;
+    static const BodyTokens bodyTokens_;
   };
 
   void add(const std::string& channel);
@@ -44,6 +49,16 @@ public:
   std::int32_t frameChannel() const noexcept { return frame_; }
 
 private:
+  /// Where a name stands in the list of markers or bodies: there may be thousands.
+  using Places = std::unordered_map<std::string, std::size_t>;
+
+  template <class Channel>
+  static Channel* find(std::vector<Channel>& channels, const Places& places, const std::string& name);
+  template <class Channel>
+  static Channel& append(std::vector<Channel>& channels, Places& places, const std::string& name);
+
+  Places markerPlaces_;
+  Places bodyPlaces_;
   std::vector<std::string> names_;
   std::vector<MarkerChannel> markers_;
   std::vector<BodyChannel> bodies_;

@@ -4,7 +4,6 @@
 #include <exception>
 #include <fstream>
 #include <iomanip>
-#include <iostream>
 #include <iterator>
 #include <locale>
 #include <string_view>
@@ -14,6 +13,7 @@
 #include <vantiflux/filters/CalibrationFile.h>
 #include <vantiflux/filters/RadialBasis.h>
 #include <vantiflux/filters/ReferenceTable.h>
+#include <vantiflux/platform/tarsil/Console.h>
 #include <vantiflux/values/Pose.h>
 #include <vantiflux/values/SlotTypes.h>
 
@@ -196,7 +196,7 @@ std::string EqualizeNode::getFileContent(const std::string& path) {
   try {
     return CalibrationFile::read(path);
   } catch (const std::exception&) {
-    std::cerr << "Can't open file \"" + path + "\" for reading.\n";
+    Tarsil::printErrorLine("Can't open file \"" + path + "\" for reading.");
     return {};
   }
 }
@@ -274,7 +274,7 @@ void EqualizeNode::saveReferenceData(const std::string& path) const {
   std::ofstream file(path, std::ios::binary);
   file << getReferenceData() << std::flush;
   if (!file)
-    std::cerr << "Unable to open file for saving reference data: " + path + "\n";
+    Tarsil::printErrorLine("Unable to open file for saving reference data: " + path);
 }
 
 void EqualizeNode::saveCoefficients(const std::string& path) const {
@@ -301,7 +301,7 @@ void EqualizeNode::saveCoefficients(const std::string& path) const {
   }
   file.flush();
   if (!file)
-    std::cerr << "Unable to open file for saving coefficients: " + path + "\n";
+    Tarsil::printErrorLine("Unable to open file for saving coefficients: " + path);
 }
 
 } // namespace Vantiflux

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <iostream>
 #include <limits>
 #include <locale>
 #include <sstream>
 
+#include <vantiflux/platform/tarsil/Console.h>
 #include <vantiflux/values/Pose.h>
 
 namespace Vantiflux {
@@ -64,17 +64,17 @@ bool ReferenceTable::parse(const std::string& text, const std::string& origin) {
     if (stream.eof())
       break;
     if (!stream) {
-      std::cerr << "There's something wrong with the reference data. " + place(stream, text, origin) + "\n";
+      Tarsil::printErrorLine("There's something wrong with the reference data. " + place(stream, text, origin));
       break;
     }
     append(*this, record);
   }
   if (size() < minSize)
-    std::cerr << "Found only " + std::to_string(size()) + " reference points, but there must be at least " +
-                     std::to_string(minSize) + ", " + place(stream, text, origin) + "\n";
+    Tarsil::printErrorLine("Found only " + std::to_string(size()) + " reference points, but there must be at least " +
+                           std::to_string(minSize) + ", " + place(stream, text, origin));
   if (size() > maxSize)
-    std::cerr << "There are more than " + std::to_string(maxSize) + " reference points, " +
-                     place(stream, text, origin) + "\n";
+    Tarsil::printErrorLine("There are more than " + std::to_string(maxSize) + " reference points, " +
+                           place(stream, text, origin));
   return size() >= minSize && size() <= maxSize;
 }
 
