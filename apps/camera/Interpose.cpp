@@ -253,20 +253,20 @@ void* mapFile(void* address, std::size_t length, int protection, int flags, int 
 
 extern "C" {
 
-EXPORTED int open(const char* path, int flags, ...) {
+EXPORTED int open(const char* file, int oflag, ...) {
   va_list arguments;
-  va_start(arguments, flags);
-  const mode_t mode = Camera::modeOf(flags, arguments);
+  va_start(arguments, oflag);
+  const mode_t mode = Camera::modeOf(oflag, arguments);
   va_end(arguments);
-  return Camera::openFile(path, flags, mode);
+  return Camera::openFile(file, oflag, mode);
 }
 
-EXPORTED int open64(const char* path, int flags, ...) {
+EXPORTED int open64(const char* file, int oflag, ...) {
   va_list arguments;
-  va_start(arguments, flags);
-  const mode_t mode = Camera::modeOf(flags, arguments);
+  va_start(arguments, oflag);
+  const mode_t mode = Camera::modeOf(oflag, arguments);
   va_end(arguments);
-  return Camera::openFile(path, flags, mode);
+  return Camera::openFile(file, oflag, mode);
 }
 
 EXPORTED int __open_2(const char* path, int flags) {
@@ -299,24 +299,24 @@ EXPORTED int ioctl(int fd, unsigned long request, ...) noexcept {
                           [&](Camera::Opening& opening) { return opening.request(request & 0xffffffff, argument); });
 }
 
-EXPORTED void* mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset) noexcept {
-  return Camera::mapFile(address, length, protection, flags, fd, offset);
+EXPORTED void* mmap(void* addr, size_t len, int prot, int flags, int fd, off_t offset) noexcept {
+  return Camera::mapFile(addr, len, prot, flags, fd, offset);
 }
 
-EXPORTED void* mmap64(void* address, size_t length, int protection, int flags, int fd, off64_t offset) noexcept {
-  return Camera::mapFile(address, length, protection, flags, fd, offset);
+EXPORTED void* mmap64(void* addr, size_t len, int prot, int flags, int fd, off64_t offset) noexcept {
+  return Camera::mapFile(addr, len, prot, flags, fd, offset);
 }
 
-EXPORTED int poll(pollfd* entries, nfds_t count, int timeout) {
-  return Camera::pollFiles(entries, count, timeout);
+EXPORTED int poll(pollfd* fds, nfds_t nfds, int timeout) {
+  return Camera::pollFiles(fds, nfds, timeout);
 }
 
 EXPORTED int __poll_chk(pollfd* entries, nfds_t count, int timeout, size_t /*size*/) {
   return Camera::pollFiles(entries, count, timeout);
 }
 
-EXPORTED ssize_t read(int fd, void* buffer, size_t size) {
-  return Camera::readFile(fd, buffer, size);
+EXPORTED ssize_t read(int fd, void* buf, size_t nbytes) {
+  return Camera::readFile(fd, buf, nbytes);
 }
 
 EXPORTED ssize_t __read_chk(int fd, void* buffer, size_t size, size_t /*capacity*/) {
