@@ -96,16 +96,12 @@ TEST(Host, SaysThatItsOutputCannotBeWritten) {
   close(full);
 }
 
-TEST(Host, CanBeInterruptedWhileTheTreeIsStillLoading) {
+TEST(Host, CanBeInterruptedWhileAServerKeepsItWaiting) {
   const Folder folder;
   const test::SilentServer server;
   const std::string url = "http://127.0.0.1:" + std::to_string(server.port()) + "/tree.vfx";
-  const std::string tree = folder.write(
-      "tree.vfx", "<Vantiflux versionMajor=\"1\"><Node label=\"a\" type=\"Inline\"><Parameter name=\"URL\" "
-                  "value=\"" +
-                      url + "\"/></Node></Vantiflux>");
-  for (const std::string& file : {url, tree}) {
-    Process process(host({"run", file, "--save-on-exit", folder.file("half.vfx")}));
+  {
+    Process process(host({"run", url, "--save-on-exit", folder.file("half.vfx")}));
     const int connection = server.accept(); // it waits for the answer now
     process.signal(SIGINT);
     EXPECT_EQ(process.wait(), 128 + SIGINT);
@@ -113,6 +109,17 @@ TEST(Host, CanBeInterruptedWhileTheTreeIsStillLoading) {
     EXPECT_FALSE(std::filesystem::exists(folder.file("half.vfx")));
     close(connection);
   }
+  // A file that such a document is included in has been loaded all the same.
+  const std::string tree =
+      folder.write("tree.vfx", "<Vantiflux versionMajor=\"1\"><Node label=\"Clock\" type=\"Clock\"/><Node label=\"a\" "
+                               "type=\"Inline\"><Parameter name=\"URL\" value=\"" +
+                                   url + "\"/></Node></Vantiflux>");
+  Process process(host({"run", tree, "--watch", "Clock/Time"}));
+  const int connection = server.accept();
+  process.readLine();
+  process.signal(SIGINT);
+  EXPECT_EQ(process.wait(), 0);
+  close(connection);
 }
 
 TEST(Host, EndsWhenNobodyReadsItsOutputAnyMore) {

@@ -135,20 +135,20 @@ TEST(FastrakNode, StartsAgainAfterAFailure) {
   Bench<FastrakNode> bench({{"Device", link}});
   {
     const Collector<Rotation> rotation(bench.ns, "n/Orientation 0");
-    EXPECT_TRUE(areOnPath(rotation.more(10), 0));
+    EXPECT_TRUE(areOnPath(rotation.more(5), 0)); // a line that hangs up may lose the last ones
     EXPECT_TRUE(bench.reaches(Node::Sleeping));
-  }
-  {
-    const Collector<bool> button(bench.ns, "n/Button");
-    if (!std::filesystem::exists(link)) {
-      EXPECT_TRUE(bench.reaches(Node::Error));
-      EXPECT_EQ(bench.node->getShortInfo(), "Cannot open serial port " + link);
-    }
   }
   ASSERT_TRUE(test::eventually([&] { return std::filesystem::exists(link); }));
   const Collector<Rotation> rotation(bench.ns, "n/Orientation 0");
   rotation.more(10);
   EXPECT_EQ(bench.node->getState(), Node::Running);
+}
+
+TEST(FastrakNode, APortThatIsNotThereIsAnError) {
+  Bench<FastrakNode> bench({{"Device", "/dev/nonexistent"}});
+  EXPECT_EQ(bench.node->getState(), Node::Error);
+  EXPECT_EQ(bench.node->getShortInfo(), "Cannot open serial port /dev/nonexistent");
+  EXPECT_EQ(bench.log().size(), 1u);
 }
 
 TEST(FastrakNode, RefusesSettingsThatNoPortHas) {

@@ -68,8 +68,8 @@ public:
     return values_;
   }
   /// The values, as soon as there are that many more than now.
-  std::vector<T> more(std::size_t count) const {
-    const std::size_t size = values().size() + count;
+  std::vector<T> more(std::size_t count) const { return atLeast(values().size() + count); }
+  std::vector<T> atLeast(std::size_t size) const {
     EXPECT_TRUE(eventually([&] { return values().size() >= size; })) << from_;
     return values();
   }

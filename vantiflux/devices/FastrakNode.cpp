@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include <vantiflux/core/FieldRow.h>
+#include <vantiflux/values/Pose.h>
 #include <vantiflux/values/SlotTypes.h>
 
 namespace Vantiflux {
@@ -174,7 +175,7 @@ void FastrakNode::write(const FastrakRecord& record) {
   if (!(record.position == slots.position.getValue().getValue()))
     slots.position.push(record.position);
   slots.orientation.push(record.rotation);
-  slots.matrix.push(poseMatrix(record.rotation, record.position));
+  slots.matrix.push(poseMatrix({record.position, record.rotation}));
   if (record.sensor == 0 && record.pressed != button_.getValue().getValue())
     button_.push(record.pressed);
 }

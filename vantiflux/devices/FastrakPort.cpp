@@ -159,8 +159,8 @@ bool FastrakPort::readLine(std::string_view& line) {
 }
 
 void FastrakPort::send(std::string_view text) {
-  if (!text.empty())
-    stream_.buf().write(text, replyTime);
+  if (!text.empty()) // a line that stands still must not hold up anything: what waits for it goes out later, or never
+    stream_.buf().queueWrite(text);
 }
 
 /// The command that sets up the tracker's side of the line; empty, if the tracker does not know such a line.

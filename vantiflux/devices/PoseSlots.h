@@ -26,7 +26,4 @@ struct PoseSlots {
   OutSlot<Matrix4<float>> matrix;
 };
 
-/// The transform that turns by a unit quaternion and then moves.
-VANTIFLUX_API Matrix4<float> poseMatrix(const Rotation& rotation, const Vec3<float>& position);
-
 } // namespace Vantiflux

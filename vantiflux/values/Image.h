@@ -124,6 +124,12 @@ private:
   void convert_YV12_to_Y444(Image& result) const;
   void convert_YUY2_to_Y444(Image& result) const;
 
+  void copyTo(Image& result) const;
+
+  struct Way;
+  /// Takes the way that there is from this format, if it is among these.
+  template <std::size_t count>
+  bool convertOneOf(const Way (&ways)[count], Image& result) const;
   /// The two stages of convertFormat(). The first says whether it applied.
   bool convertDirectly(Format target, Image& result) const;
   void convertBySource(Format target, Image& result) const;

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <iostream>
 #include <sstream>
+#include <utility>
 
 #include <vantiflux/values/image/PixelLoops.h>
 
@@ -53,7 +54,7 @@ constexpr Planes i420 = {Chroma::half, false};
 constexpr Planes yv12 = {Chroma::half, true};
 constexpr Planes yvu9 = {Chroma::quarter, true};
 
-void runPlanes(const Planes& planes, const Image& in, Image& result, Image::Format format) {
+void run(const Planes& planes, const Image& in, Image& result, Image::Format format) {
   const std::size_t pixels = prepare(in, result, format);
   const unsigned int shift = planes.chroma == Chroma::half ? 1 : 2;
   const std::size_t first = pixelsOf(in);
@@ -130,20 +131,41 @@ void Image::convert_Y1600_to_Y444(Image& result) const {
   run(Shuffle::Y1600_to_Y444, *this, result, Y444);
 }
 void Image::convert_I420_to_Y444(Image& result) const {
-  runPlanes(i420, *this, result, Y444);
+  run(i420, *this, result, Y444);
 }
 void Image::convert_I420_to_Y800(Image& result) const {
   if (const std::size_t pixels = prepare(*this, result, Y800); pixels > 0)
     std::memcpy(result.data(), data(), pixels);
 }
 void Image::convert_YVU9_to_Y444(Image& result) const {
-  runPlanes(yvu9, *this, result, Y444);
+  run(yvu9, *this, result, Y444);
 }
 void Image::convert_YV12_to_Y444(Image& result) const {
-  runPlanes(yv12, *this, result, Y444);
+  run(yv12, *this, result, Y444);
 }
 void Image::convert_YUY2_to_Y444(Image& result) const {
   run(Shuffle::YUY2_to_Y444, *this, result, Y444);
+}
+
+void Image::copyTo(Image& result) const {
+  result = *this;
+}
+
+// What there is to do with one source format.
+struct Image::Way {
+  Format source;
+  void (Image::*step)(Image& result) const;
+};
+
+template <std::size_t count>
+bool Image::convertOneOf(const Way (&ways)[count], Image& result) const {
+  for (const Way& way : ways) {
+    if (way.source == format_) {
+      (this->*way.step)(result);
+      return true;
+    }
+  }
+  return false;
 }
 
 void Image::convertFormat(Format target, Image& result) const {
@@ -164,119 +186,57 @@ void Image::convertFormat(Format target, Image& result) const {
 }
 
 bool Image::convertDirectly(Format target, Image& result) const {
-  using StepMember = void (Image::*)(Image&) const;
-  struct Way {
-    Format target;
-    Format source;
-    StepMember step; // none: a plain copy
+  static constexpr Way toRgb24[] = {
+      {BGR232, &Image::convert_BGR232_to_RGB24}, {BGR555, &Image::convert_BGR555_to_RGB24},
+      {BGR565, &Image::convert_BGR565_to_RGB24}, {BGR24, &Image::convert_BGR24_to_RGB24},
+      {BGR32, &Image::convert_BGR32_to_RGB24},   {RGB24, &Image::copyTo},
   };
-  static constexpr Way ways[] = {
-      {RGB24, BGR232, &Image::convert_BGR232_to_RGB24},
-      {RGB24, BGR555, &Image::convert_BGR555_to_RGB24},
-      {RGB24, BGR565, &Image::convert_BGR565_to_RGB24},
-      {RGB24, BGR24, &Image::convert_BGR24_to_RGB24},
-      {RGB24, BGR32, &Image::convert_BGR32_to_RGB24},
-      {RGB24, RGB24, nullptr},
-      {Y800, BGR24, &Image::convert_BGR24_to_Y800},
-      {Y800, RGB24, &Image::convert_RGB24_to_Y800},
-      {Y800, Y444, &Image::convert_Y444_to_Y800},
-      {Y800, I420, &Image::convert_I420_to_Y800},
-      {Y800, Y422, &Image::convert_Y422_to_Y800},
-      {Y800, Y411, &Image::convert_Y411_to_Y800},
-      {Y800, Y800, nullptr},
+  static constexpr Way toY800[] = {
+      {BGR24, &Image::convert_BGR24_to_Y800},
+      {RGB24, &Image::convert_RGB24_to_Y800},
+      {Y444, &Image::convert_Y444_to_Y800},
+      {I420, &Image::convert_I420_to_Y800},
+      {Y422, &Image::convert_Y422_to_Y800},
+      {Y411, &Image::convert_Y411_to_Y800},
+      {Y800, &Image::copyTo},
   };
-  const auto way = std::find_if(std::begin(ways), std::end(ways), [&](const Way& candidate) {
-    return candidate.target == target && candidate.source == format_;
-  });
-  if (way == std::end(ways))
-    return false;
-  if (way->step)
-    (this->*way->step)(result);
-  else
-    result = *this;
-  return true;
+  return (target == RGB24 && convertOneOf(toRgb24, result)) || (target == Y800 && convertOneOf(toY800, result));
 }
 
 void Image::convertBySource(Format target, Image& result) const {
-  switch (format_) {
-  case BGR232:
-    return convert_BGR232_to_RGB24(result);
-  case BGR555:
-    return convert_BGR555_to_RGB24(result);
-  case BGR565:
-    return convert_BGR565_to_RGB24(result);
-  case BGR24:
-    return convert_BGR24_to_RGB24(result);
-  case BGR32:
-    return convert_BGR32_to_RGB24(result);
-  case RGB24:
-    return;
-  case Y444:
-    result = *this;
-    return;
-  case IYU2:
-    return convert_IYU2_to_Y444(result);
-  case I420:
-    return convert_I420_to_Y444(result);
-  case YVU9:
-    return convert_YVU9_to_Y444(result);
-  case Y800:
-    return convert_Y800_to_Y444(result);
-  case Y1600:
-    return convert_Y1600_to_Y444(result);
-  case Y422:
-    return convert_Y422_to_Y444(result);
-  case Y411:
-    return convert_Y411_to_Y444(result);
-  case Y41P:
-    return convert_Y41P_to_Y444(result);
-  case YV12:
-    return convert_YV12_to_Y444(result);
-  case YUY2:
-    return convert_YUY2_to_Y444(result);
-  default:
-    return reportMissing(format_, target);
-  }
+  static constexpr Way ways[] = {
+      {BGR232, &Image::convert_BGR232_to_RGB24}, {BGR555, &Image::convert_BGR555_to_RGB24},
+      {BGR565, &Image::convert_BGR565_to_RGB24}, {BGR24, &Image::convert_BGR24_to_RGB24},
+      {BGR32, &Image::convert_BGR32_to_RGB24},   {Y444, &Image::copyTo},
+      {IYU2, &Image::convert_IYU2_to_Y444},      {I420, &Image::convert_I420_to_Y444},
+      {YVU9, &Image::convert_YVU9_to_Y444},      {Y800, &Image::convert_Y800_to_Y444},
+      {Y1600, &Image::convert_Y1600_to_Y444},    {Y422, &Image::convert_Y422_to_Y444},
+      {Y411, &Image::convert_Y411_to_Y444},      {Y41P, &Image::convert_Y41P_to_Y444},
+      {YV12, &Image::convert_YV12_to_Y444},      {YUY2, &Image::convert_YUY2_to_Y444},
+  };
+  if (format_ != RGB24 && !convertOneOf(ways, result))
+    reportMissing(format_, target);
 }
 
 bool Image::convertYuvToRgb24(Image& result) const {
-  switch (format_) {
-  case Y444:
-    run(Step::Y444_to_RGB24, *this, result, RGB24);
-    return true;
-  case IYU2:
-    run(Step::IYU2_to_RGB24, *this, result, RGB24);
-    return true;
-  case Y422:
-    run(Step::Y422_to_RGB24, *this, result, RGB24);
-    return true;
-  case YUY2:
-    run(Step::YUY2_to_RGB24, *this, result, RGB24);
-    return true;
-  case Y800: // without colour, red, green and blue equal the luminance
-    run(Shuffle::Y800_to_RGB24, *this, result, RGB24);
-    return true;
-  case Y1600:
-    run(Shuffle::Y1600_to_RGB24, *this, result, RGB24);
-    return true;
-  case Y411:
-    run(Step::Y411_to_RGB24, *this, result, RGB24);
-    return true;
-  case Y41P:
-    run(Step::Y41P_to_RGB24, *this, result, RGB24);
-    return true;
-  case I420:
-    runPlanes(i420, *this, result, RGB24);
-    return true;
-  case YV12:
-    runPlanes(yv12, *this, result, RGB24);
-    return true;
-  case YVU9:
-    runPlanes(yvu9, *this, result, RGB24);
-    return true;
-  default:
+  static constexpr std::pair<Format, Step> calculated[] = {
+      {Y444, Step::Y444_to_RGB24}, {IYU2, Step::IYU2_to_RGB24}, {Y422, Step::Y422_to_RGB24},
+      {YUY2, Step::YUY2_to_RGB24}, {Y411, Step::Y411_to_RGB24}, {Y41P, Step::Y41P_to_RGB24},
+  };
+  // Without colour, red, green and blue equal the luminance.
+  static constexpr std::pair<Format, Shuffle> gray[] = {{Y800, Shuffle::Y800_to_RGB24},
+                                                        {Y1600, Shuffle::Y1600_to_RGB24}};
+  static constexpr std::pair<Format, Planes> planar[] = {{I420, i420}, {YV12, yv12}, {YVU9, yvu9}};
+  const auto convertWith = [&](const auto& ways) {
+    for (const auto& [source, way] : ways) {
+      if (source == format_) {
+        run(way, *this, result, RGB24);
+        return true;
+      }
+    }
     return false;
-  }
+  };
+  return convertWith(calculated) || convertWith(gray) || convertWith(planar);
 }
 
 } // namespace Vantiflux

@@ -1,7 +1,6 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <iostream>
 #include <memory>
 #include <string>
 
@@ -81,8 +80,8 @@ public:
   void run() {
     const Place to = placeOf(options_.to);
     socket_.open("", 0, to.address, to.port);
-    std::cout << to.address << ':' << to.port << std::endl;
     Session session(options_.seconds, [this] { socket_.breakWait(); });
+    announce(to.address + ":" + std::to_string(to.port));
     auto next = Clock::now();
     while (!options_.ends(frames_) && session.sleepUntil(next)) {
       next = std::max(next, Clock::now() - std::chrono::seconds(1));

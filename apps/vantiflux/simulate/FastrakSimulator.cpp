@@ -1,4 +1,5 @@
-#include <iostream>
+#include <algorithm>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <utility>
@@ -33,16 +34,19 @@ public:
       : options_(options), chance_(options.seed), controller_(options.speed, plugged(options.stations)) {}
 
   void run() {
-    connect();
+    line_.open(options_.link);
     Session session(options_.seconds, [this] { line_.breakWait(); });
+    announce(line_.path());
     auto next = Clock::now();
     while (!session.over() && !options_.ends(frames_)) {
       next = std::max(next, Clock::now() - std::chrono::seconds(1)); // no burst after a long sleep of the machine
       if (!listenUntil(next))
         continue;
-      next += std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(1 / options_.rate));
-      if (!controller_.streams())
+      if (!controller_.streams()) {
+        next = Clock::now() + sampling;
         continue;
+      }
+      next += std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(1 / options_.rate));
       sendFrame();
       if (frames_ == options_.restartAfter)
         restart(session);
@@ -59,36 +63,39 @@ private:
     return stations;
   }
 
-  void connect() {
-    line_.open(options_.link);
-    std::cout << line_.path() << std::endl;
-  }
+  /// How often it looks at the line's speed.
+  static constexpr std::chrono::milliseconds sampling{20};
 
   /// Answers commands until then; true when the time has come.
   bool listenUntil(Clock::time_point time) {
     for (;;) {
-      const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now()).count();
-      switch (stream_.waitForData(static_cast<int>(std::max<long long>(left, 0)))) {
+      const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now());
+      const auto part = std::clamp(left, std::chrono::milliseconds(0), sampling);
+      switch (stream_.waitForData(static_cast<int>(part.count()))) {
       case Pelorn::WaitResult::Error:
         return false;
-      case Pelorn::WaitResult::Timeout:
-        return true;
       case Pelorn::WaitResult::Data:
         answer();
-        if (left <= 0)
-          return true;
+        break;
+      case Pelorn::WaitResult::Timeout:
+        break;
       }
+      speed_ = line_.speed();
+      if (left <= part)
+        return true;
     }
   }
 
+  // At another speed than the tracker's own, neither side understands the other. The driver may have changed the
+  // line's speed since it wrote: then what counts is the one that was seen last before.
   void answer() {
     std::string bytes;
     for (std::streamsize count = stream_.in_avail(); count > 0; --count)
       bytes += static_cast<char>(stream_.sbumpc());
-    // At another speed than the tracker's own, neither side understands the other.
     if (options_.silent)
       return;
-    const std::string reply = line_.speed() == controller_.speed() ? controller_.receive(bytes) : bytes;
+    const bool understood = line_.speed() == controller_.speed() || speed_ == controller_.speed();
+    const std::string reply = understood ? controller_.receive(bytes) : bytes;
     if (!reply.empty())
       send(reply);
   }
@@ -133,7 +140,7 @@ private:
   void send(std::string text) {
     if (line_.speed() != controller_.speed())
       for (char& c : text)
-        c = static_cast<char>(chance_.below(256));
+        c = static_cast<char>(128 + chance_.below(128));
     if (stream_.queued() > 0)
       return;
     while (options_.split && text.size() > 1) {
@@ -155,7 +162,8 @@ private:
     if (!session.sleep(options_.pause))
       return;
     controller_.restart();
-    connect();
+    line_.open(options_.link);
+    announce(line_.path());
   }
 
   const FastrakOptions options_;
@@ -163,6 +171,7 @@ private:
   FastrakController controller_;
   PseudoTerminal line_;
   Pelorn::StreamBuf stream_{line_};
+  int speed_ = 0; ///< of the line, when it was looked at last
   std::uint64_t frames_ = 0;
 };
 

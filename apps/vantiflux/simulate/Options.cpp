@@ -8,6 +8,8 @@
 
 #include <vantiflux/core/Exception.h>
 
+#include "../Messages.h"
+
 namespace Simulate {
 
 void addOptions(CLI::App& command, Options& options) {
@@ -50,6 +52,10 @@ Place placeOf(const std::string& text) {
   if (error != std::errc() || stop != end || place.address.empty())
     throw Vantiflux::Exception("\"" + text + "\" is not of the form ADDRESS:PORT");
   return place;
+}
+
+void announce(const std::string& place) {
+  Host::print(place + "\n");
 }
 
 } // namespace Simulate

@@ -36,4 +36,7 @@ struct Place {
 };
 Place placeOf(const std::string& text);
 
+/// Prints where the device is to be found, in a line of its own.
+void announce(const std::string& place);
+
 } // namespace Simulate

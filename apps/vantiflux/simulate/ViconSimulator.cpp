@@ -1,7 +1,6 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <iostream>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -55,12 +54,13 @@ public:
     Place place = placeOf(options_.listen);
     listener_.open(place.address, place.port);
     place.port = listener_.getLocalAddress().getServicePort(); // also after a restart
-    std::cout << place.address << ':' << place.port << std::endl;
     Session session(options_.seconds, [this] { interrupt(); });
+    announce(place.address + ":" + std::to_string(place.port));
     while (!session.over() && !options_.ends(frames_)) {
-      if (down_ && session.sleep(options_.pause))
+      if (down_ && !session.sleep(options_.pause))
+        break;
+      if (std::exchange(down_, false))
         listener_.open(place.address, place.port);
-      down_ = false;
       if (const auto client = listener_.accept())
         serve(*client, session);
     }

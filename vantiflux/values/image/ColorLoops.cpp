@@ -125,16 +125,16 @@ struct TwelveBlock {
     alignas(16) std::uint8_t v[2][16];
   };
   static constexpr Tables makeTables() {
-    Tables tables{};
+    Tables made{};
     for (std::size_t load = 0; load < 2; ++load) {
       for (std::size_t i = 0; i < 16; ++i) {
         const bool mine = i / 8 == load;
-        tables.y[load][i] = mine ? layout.y[i % 8] : std::uint8_t{0x80};
-        tables.u[load][i] = mine && i % 2 == 1 ? layout.u[i % 8 / 4] : std::uint8_t{0x80};
-        tables.v[load][i] = mine && i % 2 == 1 ? layout.v[i % 8 / 4] : std::uint8_t{0x80};
+        made.y[load][i] = mine ? layout.y[i % 8] : std::uint8_t{0x80};
+        made.u[load][i] = mine && i % 2 == 1 ? layout.u[i % 8 / 4] : std::uint8_t{0x80};
+        made.v[load][i] = mine && i % 2 == 1 ? layout.v[i % 8 / 4] : std::uint8_t{0x80};
       }
     }
-    return tables;
+    return made;
   }
   static constexpr Tables tables = makeTables();
 

@@ -69,17 +69,17 @@ struct ShuffleBlock {
     alignas(16) std::uint8_t constant[stores][16];
   };
   static constexpr Tables makeTables() {
-    Tables tables{};
+    Tables made{};
     for (std::size_t store = 0; store < stores; ++store) {
       for (std::size_t i = 0; i < 16; ++i) {
         const std::size_t at = store * stored + i;
         const std::uint8_t from = map.from[at % map.outBytes];
         const bool taken = i < stored && from != none;
-        tables.index[store][i] = static_cast<std::uint8_t>(taken ? at / map.outBytes * map.inBytes + from : 0x80);
-        tables.constant[store][i] = from == none ? noColor : black;
+        made.index[store][i] = static_cast<std::uint8_t>(taken ? at / map.outBytes * map.inBytes + from : 0x80);
+        made.constant[store][i] = from == none ? noColor : black;
       }
     }
-    return tables;
+    return made;
   }
   static constexpr Tables tables = makeTables();
 
