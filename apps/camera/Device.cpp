@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include <linux/videodev2.h>
@@ -239,7 +241,7 @@ Opening::Error Opening::setFormat(v4l2_format& format, bool trying) {
     layout = settings.formats.front();
   }
   const auto distance = [wanted = format.fmt.pix](Size size) {
-    return std::abs(double{size.width} - wanted.width) + std::abs(double{size.height} - wanted.height);
+    return std::abs(std::int64_t{size.width} - wanted.width) + std::abs(std::int64_t{size.height} - wanted.height);
   };
   const Size before = device_->size;
   const std::string layoutBefore = device_->layout;

@@ -93,11 +93,34 @@ bool isOurs(int fd) {
   return fd >= 0 && fd < descriptorLimit && isCamera[static_cast<std::size_t>(fd)].load(std::memory_order_acquire);
 }
 
-/// The function that this library stands before.
+/// A function that this library stands before. Found at its first call, which may come before any constructor has run,
+/// and before a sanitizer is ready for anything but the function itself: so there is no guarded static here.
 template <class Function>
-Function* next(const char* name) {
-  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
-}
+class Next {
+public:
+  constexpr explicit Next(const char* name) : name_(name) {}
+
+  template <class... Arguments>
+  auto operator()(Arguments... arguments) {
+    Function* function = found_.load(std::memory_order_relaxed);
+    if (function == nullptr) {
+      function = reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name_));
+      found_.store(function, std::memory_order_relaxed);
+    }
+    return function(arguments...);
+  }
+
+private:
+  const char* const name_;
+  std::atomic<Function*> found_{nullptr};
+};
+
+constinit Next<int(const char*, int, ...)> realOpen("open");
+constinit Next<int(int)> realClose("close");
+constinit Next<int(int, unsigned long, ...)> realControl("ioctl");
+constinit Next<void*(void*, std::size_t, int, int, int, off_t)> realMap("mmap");
+constinit Next<int(pollfd*, nfds_t, int)> realPoll("poll");
+constinit Next<ssize_t(int, void*, std::size_t)> realRead("read");
 
 int fail(int error) {
   errno = error;
@@ -139,9 +162,8 @@ int openCamera(unsigned long number, int flags) {
 }
 
 int openFile(const char* path, int flags, mode_t mode) {
-  static auto* const real = next<int(const char*, int, ...)>("open");
   unsigned long number = 0;
-  return isVideoPath(path, number) ? openCamera(number, flags) : real(path, flags, mode);
+  return isVideoPath(path, number) ? openCamera(number, flags) : realOpen(path, flags, mode);
 }
 
 mode_t modeOf(int flags, va_list arguments) {
@@ -165,7 +187,7 @@ int onCamera(int fd, Operation&& operation) {
         return fail(error);
     }
     pollfd tick{fd, POLLIN, 0};
-    if (next<decltype(::poll)>("poll")(&tick, 1, -1) < 0)
+    if (realPoll(&tick, nfds_t{1}, -1) < 0)
       return -1;
   }
 }
@@ -185,14 +207,13 @@ short troubleOf(int fd, bool isCall, bool& fails) {
 }
 
 int pollFiles(pollfd* entries, nfds_t count, int timeout) {
-  static auto* const real = next<decltype(::poll)>("poll");
   bool fails = false;
   for (nfds_t i = 0; i < count; ++i)
     if (isOurs(entries[i].fd) && troubleOf(entries[i].fd, true, fails) != 0)
       timeout = 0;
   if (fails)
     return fail(EIO);
-  if (real(entries, count, timeout) < 0)
+  if (realPoll(entries, count, timeout) < 0)
     return -1;
   int ready = 0;
   for (nfds_t i = 0; i < count; ++i) {
@@ -205,9 +226,8 @@ int pollFiles(pollfd* entries, nfds_t count, int timeout) {
 }
 
 ssize_t readFile(int fd, void* buffer, std::size_t size) {
-  static auto* const real = next<decltype(::read)>("read");
   if (!isOurs(fd))
-    return real(fd, buffer, size);
+    return realRead(fd, buffer, size);
   std::size_t count = 0;
   return onCamera(fd, [&](Opening& opening) { return opening.read(buffer, size, count); }) < 0
              ? -1
@@ -215,14 +235,13 @@ ssize_t readFile(int fd, void* buffer, std::size_t size) {
 }
 
 void* mapFile(void* address, std::size_t length, int protection, int flags, int fd, off_t offset) {
-  static auto* const real = next<decltype(::mmap)>("mmap");
   if (!isOurs(fd))
-    return real(address, length, protection, flags, fd, offset);
+    return realMap(address, length, protection, flags, fd, offset);
   int memory = -1;
   const int found = onCamera(fd, [&](Opening& opening) {
     return opening.isGone() ? ENODEV : opening.fails("MMAP") ? ENOMEM : opening.findBuffer(length, offset, memory);
   });
-  return found < 0 ? MAP_FAILED : real(address, length, protection, flags, memory, offset);
+  return found < 0 ? MAP_FAILED : realMap(address, length, protection, flags, memory, offset);
 }
 
 } // namespace
@@ -234,20 +253,20 @@ void* mapFile(void* address, std::size_t length, int protection, int flags, int 
 
 extern "C" {
 
-EXPORTED int open(const char* path, int flags, ...) {
+EXPORTED int open(const char* file, int oflag, ...) {
   va_list arguments;
-  va_start(arguments, flags);
-  const mode_t mode = Camera::modeOf(flags, arguments);
+  va_start(arguments, oflag);
+  const mode_t mode = Camera::modeOf(oflag, arguments);
   va_end(arguments);
-  return Camera::openFile(path, flags, mode);
+  return Camera::openFile(file, oflag, mode);
 }
 
-EXPORTED int open64(const char* path, int flags, ...) {
+EXPORTED int open64(const char* file, int oflag, ...) {
   va_list arguments;
-  va_start(arguments, flags);
-  const mode_t mode = Camera::modeOf(flags, arguments);
+  va_start(arguments, oflag);
+  const mode_t mode = Camera::modeOf(oflag, arguments);
   va_end(arguments);
-  return Camera::openFile(path, flags, mode);
+  return Camera::openFile(file, oflag, mode);
 }
 
 EXPORTED int __open_2(const char* path, int flags) {
@@ -259,14 +278,13 @@ EXPORTED int __open64_2(const char* path, int flags) {
 }
 
 EXPORTED int close(int fd) {
-  static auto* const real = Camera::next<decltype(::close)>("close");
   if (Camera::isOurs(fd)) {
     Camera::Registry& all = Camera::registry();
     const std::lock_guard guard(all.lock);
     Camera::isCamera[static_cast<std::size_t>(fd)].store(false, std::memory_order_release);
     all.remove(fd);
   }
-  return real(fd);
+  return Camera::realClose(fd);
 }
 
 EXPORTED int ioctl(int fd, unsigned long request, ...) noexcept {
@@ -274,32 +292,31 @@ EXPORTED int ioctl(int fd, unsigned long request, ...) noexcept {
   va_start(arguments, request);
   void* const argument = va_arg(arguments, void*);
   va_end(arguments);
-  static auto* const real = Camera::next<decltype(::ioctl)>("ioctl");
   if (!Camera::isOurs(fd))
-    return real(fd, request, argument);
+    return Camera::realControl(fd, request, argument);
   // Requests have 32 bits; some callers extend their sign.
   return Camera::onCamera(fd,
                           [&](Camera::Opening& opening) { return opening.request(request & 0xffffffff, argument); });
 }
 
-EXPORTED void* mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset) noexcept {
-  return Camera::mapFile(address, length, protection, flags, fd, offset);
+EXPORTED void* mmap(void* addr, size_t len, int prot, int flags, int fd, off_t offset) noexcept {
+  return Camera::mapFile(addr, len, prot, flags, fd, offset);
 }
 
-EXPORTED void* mmap64(void* address, size_t length, int protection, int flags, int fd, off64_t offset) noexcept {
-  return Camera::mapFile(address, length, protection, flags, fd, offset);
+EXPORTED void* mmap64(void* addr, size_t len, int prot, int flags, int fd, off64_t offset) noexcept {
+  return Camera::mapFile(addr, len, prot, flags, fd, offset);
 }
 
-EXPORTED int poll(pollfd* entries, nfds_t count, int timeout) {
-  return Camera::pollFiles(entries, count, timeout);
+EXPORTED int poll(pollfd* fds, nfds_t nfds, int timeout) {
+  return Camera::pollFiles(fds, nfds, timeout);
 }
 
 EXPORTED int __poll_chk(pollfd* entries, nfds_t count, int timeout, size_t /*size*/) {
   return Camera::pollFiles(entries, count, timeout);
 }
 
-EXPORTED ssize_t read(int fd, void* buffer, size_t size) {
-  return Camera::readFile(fd, buffer, size);
+EXPORTED ssize_t read(int fd, void* buf, size_t nbytes) {
+  return Camera::readFile(fd, buf, nbytes);
 }
 
 EXPORTED ssize_t __read_chk(int fd, void* buffer, size_t size, size_t /*capacity*/) {

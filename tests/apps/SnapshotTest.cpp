@@ -22,6 +22,7 @@ using test::Folder;
 using test::Process;
 
 const std::string cameraTree = TREES "/camera.vfx";
+const std::string clockTree = TREES "/clock.vfx";
 
 class Picture {
 public:
@@ -101,7 +102,7 @@ TEST(Snapshot, TellsWhyThereIsNone) {
   EXPECT_EQ(complaint(take("Camera/Frames", "/nowhere/picture.png")),
             "vantiflux: Cannot save \"/nowhere/picture.png\": No such file or directory\n");
 
-  Process process({HOST_PROGRAM, "snapshot", TREES "/clock.vfx", "Time", file});
+  Process process({HOST_PROGRAM, "snapshot", clockTree, "Time", file});
   EXPECT_EQ(process.errors(), "vantiflux: what arrives under \"Time\" is no image, but of type Vantiflux::Time\n");
   EXPECT_EQ(process.wait(), 1);
 }

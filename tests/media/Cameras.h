@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -12,7 +14,6 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include "../../apps/camera/Control.h"
 #include <platform/support.h>
 #include <vantiflux/core/Namespace.h>
 #include <vantiflux/media/VideoNodeV4L.h>
@@ -21,21 +22,24 @@
 namespace test {
 
 /// A function of the preloaded library.
-#define CAMERA_FUNCTION(name) reinterpret_cast<decltype(&name)>(dlsym(RTLD_DEFAULT, #name))
+template <class Function>
+Function* cameraFunction(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_DEFAULT, name));
+}
 
 inline void plugIn(const std::string& cameras) {
-  ASSERT_EQ(CAMERA_FUNCTION(vantiflux_cameras_configure)(cameras.c_str()), 0) << cameras;
+  auto* const configure = cameraFunction<int(const char*)>("vantiflux_cameras_configure");
+  ASSERT_EQ(configure(cameras.c_str()), 0) << cameras;
 }
 inline void unplug(unsigned camera = 0) {
-  CAMERA_FUNCTION(vantiflux_camera_unplug)(camera);
+  cameraFunction<void(unsigned)>("vantiflux_camera_unplug")(camera);
 }
 inline unsigned calls(const char* request, unsigned camera = 0) {
-  return CAMERA_FUNCTION(vantiflux_camera_calls)(camera, request);
+  return cameraFunction<unsigned(unsigned, const char*)>("vantiflux_camera_calls")(camera, request);
 }
 inline unsigned openings(unsigned camera = 0) {
-  return CAMERA_FUNCTION(vantiflux_camera_openings)(camera);
+  return cameraFunction<unsigned(unsigned)>("vantiflux_camera_openings")(camera);
 }
-#undef CAMERA_FUNCTION
 
 /// How many buffers of cameras this process has mapped, as the program and not as the camera.
 inline int mappedBuffers() {

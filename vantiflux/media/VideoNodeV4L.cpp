@@ -106,8 +106,8 @@ bool VideoNodeV4L::openByCard(const std::string& pattern, VideoDevice& device, F
 
 bool VideoNodeV4L::makeWake() {
   try {
-    if (!wake_)
-      wake_.emplace();
+    if (wake_ == nullptr)
+      wake_ = std::make_unique<Pelorn::Notifier>();
     return true;
   } catch (const Pelorn::IOException&) {
     setState(Error, "Cannot create pipe");

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <string>
 
 #include <vantiflux/Export.h>
@@ -83,7 +83,7 @@ private:
   std::size_t frameSize_ = 0; ///< in bytes
   Image::Format frameFormat_ = Image::NONE;
 
-  std::optional<Pelorn::Notifier> wake_; ///< made once, under the lock of structure; readable from a stop on
+  std::unique_ptr<Pelorn::Notifier> wake_; ///< made once, under the lock of structure; readable from a stop on
   NodeWorker worker_;
 };
 

@@ -42,7 +42,7 @@ constexpr const char* explanation = R"(A camera is described by settings between
 // Beside the program, in the tree where it was built as where it was installed.
 std::string preloadedLibrary() {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
-  const std::string path = (program.parent_path() / VANTIFLUX_CAMERA_LIBRARY).lexically_normal().string();
+  std::string path = (program.parent_path() / VANTIFLUX_CAMERA_LIBRARY).lexically_normal().string();
   if (!std::filesystem::exists(path))
     throw Exception(path + " is missing, which is installed with this program");
   if (path.find_first_of(" :") != std::string::npos)
@@ -75,6 +75,7 @@ void runWithCameras(const std::vector<std::string>& cameras, std::vector<std::st
 #endif
   ::setenv("VANTIFLUX_CAMERAS", text.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (std::string& word : command)
     arguments.push_back(word.data());
   arguments.push_back(nullptr);
