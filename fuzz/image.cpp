@@ -27,19 +27,15 @@ struct Header {
   std::uint8_t flips;
 };
 
-bool isSmall(std::uint32_t width, std::uint32_t height) {
+// False, and the image left alone, if it would be large.
+bool make(Image& image, std::uint32_t width, std::uint32_t height, std::int8_t format) {
   const std::uint32_t pixels = width * height;
   for (const std::uint32_t bytes : {1U, 2U, 3U, 4U}) {
     if (pixels * bytes > enough)
       return false;
   }
-  return true;
-}
-
-Image make(std::uint32_t width, std::uint32_t height, std::int8_t format) {
-  Image image;
   image.setParameters(width, height, static_cast<Image::Format>(format));
-  return image;
+  return true;
 }
 
 void splitAndCompare(const Image& image) {
@@ -70,14 +66,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   std::memcpy(&header, bytes, sizeof(header));
   bytes += sizeof(header);
   size -= sizeof(header);
-  if (!isSmall(header.width, header.height) || !isSmall(header.resultWidth, header.resultHeight))
+  Image source;
+  Image result;
+  if (!make(source, header.width, header.height, header.format) ||
+      !make(result, header.resultWidth, header.resultHeight, header.resultFormat))
     return 0;
-  Image source = make(header.width, header.height, header.format);
   if (const std::size_t count = std::min(size, source.size()); count > 0)
     std::memcpy(source.data(), bytes, count);
 
-  Image result = make(header.resultWidth, header.resultHeight, header.resultFormat);
+  const std::size_t room = 4 * std::max(source.size(), result.size()) + 16;
   source.convertFormat(static_cast<Image::Format>(header.target), result);
+  if (result.size() > room)
+    std::abort();
   Image again;
   source.convertFormat(static_cast<Image::Format>(header.target), again);
   if (again.format() == result.format() && again.width() == result.width() && again.height() == result.height() &&

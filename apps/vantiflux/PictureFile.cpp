@@ -65,7 +65,8 @@ Image toPicture(const Image& image) {
     return withoutFourth(image);
   Image result;
   image.convertFormat(image.format() == Image::Y800 ? Image::Y800 : Image::RGB24, result);
-  if (result.format() != Image::RGB24 && result.format() != Image::Y800)
+  const bool lost = result.size() == 0 && image.size() > 0;
+  if (lost || (result.format() != Image::RGB24 && result.format() != Image::Y800))
     refuse(image, "cannot be turned into a picture");
   return result;
 }
@@ -131,9 +132,9 @@ std::string encodeJPEG(const Pixels& pixels) {
   JPEGFailure failure;
   JPEGMemory memory;
   const bool compressed = compress(pixels, failure, memory);
-  const std::unique_ptr<unsigned char, decltype(&std::free)> owner(memory.bytes, &std::free);
-  if (!compressed)
+  if (!compressed) // what the encoder has allocated it may have freed already
     throw Vantiflux::Exception("the picture could not be encoded: " + std::string(failure.text.data()));
+  const std::unique_ptr<unsigned char, decltype(&std::free)> owner(memory.bytes, &std::free);
   return {reinterpret_cast<const char*>(memory.bytes), memory.size};
 }
 

@@ -123,13 +123,19 @@ TEST(ImageConvert, ASizeThatWrappedAroundLeadsNowhereOutside) {
       EXPECT_EQ(planes[3].size(), 0U);
     }
   }
-  // A result that is far larger than what the source holds is not filled to its end.
+  // A few bytes do not make room for gigabytes.
   Image source;
-  source.setParameters(2147483649U, 1, Image::Y1600);
-  EXPECT_EQ(source.size(), 2U);
+  source.setParameters(1073741825U, 1, Image::BGR32);
+  EXPECT_EQ(source.size(), 4U);
   Image result;
-  source.convertFormat(Image::Y444, result);
-  EXPECT_EQ(result.data()[1], 128);
+  source.convertFormat(Image::RGB24, result);
+  EXPECT_EQ(result.size(), 0U);
+  // Nor does what a result of the pool was before.
+  result = source;
+  Image plain;
+  plain.setParameters(0, 0, Image::YUV422P);
+  convert(plain, Image::RGB24, result);
+  EXPECT_EQ(result.size(), 0U);
 }
 
 TEST(ImageFlip, WhatCannotBeFlippedIsCopied) {

@@ -83,7 +83,7 @@ public:
   ///   to the YUV formats and the target does not, what result holds is taken for Y, U, V and becomes RGB24.
   ///
   /// Pixels whose bytes are cut off by the end of the buffer (a width that is no multiple of a format's group) come out
-  /// with luminance 0 and without colour. Of an image whose size wrapped around, only what its bytes hold is converted.
+  /// with luminance 0 and without colour. An image of fewer bytes than pixels (its size wrapped) gives 0 x 0.
   /// A result whose buffer is large enough is reused; it may be the image itself, at the price of a copy.
   void convertFormat(Format target, Image& result) const;
 

@@ -22,9 +22,19 @@ std::uint32_t pixelsOf(const Image& image) {
   return image.width() * image.height();
 }
 
+// Whether there is a byte for each pixel that the image claims to have: every format has that, unless the size wrapped
+// around.
+bool isWhole(const Image& image) {
+  return image.size() >= std::uint64_t{image.width()} * image.height();
+}
+
 // Makes room for the result and says how many pixels to write: as many as it has room for, and no more than the source
-// can hold, which has at least one byte for each. Both are all of them, unless a size wrapped around.
+// can hold. An image whose size wrapped around has no pixels to speak of: a few bytes must not make room for gigabytes.
 std::size_t prepare(const Image& in, Image& result, Image::Format format) {
+  if (!isWhole(in)) {
+    result.setParameters(0, 0, format);
+    return 0;
+  }
   result.setParameters(in.width(), in.height(), format);
   const std::size_t bytesPerPixel = format == Image::Y800 ? 1 : 3;
   return std::min({std::size_t{pixelsOf(in)}, in.size(), result.size() / bytesPerPixel});
@@ -180,7 +190,8 @@ void Image::convertFormat(Format target, Image& result) const {
   if (convertYuvToRgb24(result))
     return;
   reportMissing(format_, target);
-  result.setParameters(result.width_, result.height_, RGB24);
+  const bool whole = isWhole(result);
+  result.setParameters(whole ? result.width_ : 0, whole ? result.height_ : 0, RGB24);
   const std::size_t pixels = std::min(std::size_t{pixelsOf(result)}, result.size() / 3);
   PixelLoops::convert(Step::Y444_to_RGB24, from(result, 0), result.data(), pixels);
 }
