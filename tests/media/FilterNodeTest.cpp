@@ -66,6 +66,14 @@ struct Scene {
   bool enters(int count) const {
     return eventually([&] { return node->entered == count; });
   }
+  /// Pushes until the worker, which may still be on its way back from the frame before, is ready to take it.
+  void give(const Data<SmartPtr<Image>>& frame) {
+    EXPECT_TRUE(eventually([&] {
+      testing::internal::CaptureStderr();
+      producer.push(frame);
+      return testing::internal::GetCapturedStderr().empty();
+    }));
+  }
   unsigned pop() { return reader.pop().getValue()->width(); }
 
   Namespace space;
@@ -87,11 +95,7 @@ TEST(ThreadedFilter, DropsWhatComesWhileItIsBusyAndNeverHoldsUpTheProducer) {
   EXPECT_EQ(scene.pop(), 1U);
   // What was dropped does not come later; the next one does, stamped when it was ready.
   const BasicData::TimeStamp early = 1;
-  EXPECT_TRUE(eventually([&] {
-    testing::internal::CaptureStderr();
-    scene.producer.push(Data<SmartPtr<Image>>(frameOfWidth(4), early));
-    return testing::internal::GetCapturedStderr().empty();
-  }));
+  scene.give(Data<SmartPtr<Image>>(frameOfWidth(4), early));
   ASSERT_TRUE(scene.enters(2));
   scene.node->gate.set();
   const auto data = scene.reader.pop();
@@ -131,7 +135,7 @@ TEST(ThreadedFilter, RunsWhileItsOutSlotIsUsedWhateverHappensToTheOther) {
     EXPECT_EQ(scene.node->getState(), Node::Running);
     scene.producer.invalidateValue();
     scene.space.addRoute("producer", "n/in");
-    scene.producer.push(frameOfWidth(width));
+    scene.give(frameOfWidth(width));
     scene.node->gate.set();
     EXPECT_EQ(scene.pop(), width);
   }
@@ -141,11 +145,7 @@ TEST(ThreadedFilter, SurvivesAnExceptionOfItsWork) {
   Scene scene;
   scene.route();
   for (const unsigned width : {13U, 14U}) {
-    EXPECT_TRUE(eventually([&] {
-      testing::internal::CaptureStderr();
-      scene.producer.push(frameOfWidth(width));
-      return testing::internal::GetCapturedStderr().empty();
-    }));
+    scene.give(frameOfWidth(width));
     scene.node->gate.set();
     EXPECT_TRUE(scene.enters(width == 13 ? 1 : 2));
   }
