@@ -114,18 +114,52 @@ TEST(FastrakNode, StopsAtAnyMoment) {
   {
     Device device({"fastrak", "--rate", "0.01"});
     Bench<FastrakNode> bench({{"Device", device.place()}});
+    ASSERT_TRUE(bench.reaches(Node::Sleeping));
+    std::unique_ptr<Collector<Rotation>> reader;
     for (const int milliseconds : {0, 50, 210, 500}) { // while it detects, and while it waits for records
-      auto reader = std::make_unique<Collector<Rotation>>(bench.ns, "n/Orientation 0");
+      reader = std::make_unique<Collector<Rotation>>(bench.ns, "n/Orientation 0");
       std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
       EXPECT_LT(secondsOf([&] { reader.reset(); }), test::soon);
       EXPECT_EQ(bench.node->getState(), Node::Sleeping);
     }
+    EXPECT_TRUE(test::stopsAtOnce(
+        [&] {
+          reader = std::make_unique<Collector<Rotation>>(bench.ns, "n/Orientation 0");
+          EXPECT_TRUE(bench.reaches(Node::Running));
+        },
+        [&] { reader.reset(); }));
   }
   Device silent({"fastrak", "--silent"});
   Bench<FastrakNode> bench({{"Device", silent.place()}});
   const Collector<bool> button(bench.ns, "n/Button"); // wants the tracker when it is found
   EXPECT_LT(secondsOf([&] { bench.ns.disable(); }), test::soon);
   EXPECT_EQ(bench.node->getState(), Node::Disabled);
+}
+
+// Between the two halves of a stop, the waits end and the port does not yet know.
+TEST(FastrakPort, ASearchThatIsToldToStopHasNotFailed) {
+  Device device({"fastrak"});
+  FastrakPort port([](int) { return false; });
+  FastrakPort::Settings settings;
+  settings.device = device.place();
+  EXPECT_EQ(port.open(settings), FastrakPort::Opened::Stopped);
+  FastrakPort::Active active{};
+  EXPECT_FALSE(port.askActive(active));
+}
+
+TEST(FastrakNode, WorksInItsExample) {
+  Device device({"fastrak"});
+  test::ExampleTree tree("fastrak.vfx", "Tracker", "Device", device.place());
+  Collector<test::Vec3>(tree.ns, "Still/Position 0").more(5);
+}
+
+TEST(FastrakNode, IsFoundAgainAfterTheTrackerWasSwitchedOff) {
+  Device device({"fastrak", "--restart-after", "20", "--pause", "0.1"});
+  Bench<FastrakNode> bench({{"Device", device.place()}});
+  for (int round = 0; round < 2; ++round) { // what it had been told it has forgotten
+    const Collector<test::Vec3> position(bench.ns, "n/Position 0");
+    EXPECT_TRUE(areOnPath(position.atLeast(20), 0));
+  }
 }
 
 TEST(FastrakNode, StartsAgainAfterAFailure) {

@@ -16,7 +16,6 @@ using test::areOnPath;
 using test::Bench;
 using test::Collector;
 using test::Device;
-using test::secondsOf;
 
 test::Fields at(const std::string& port) {
   return {{"Host", "127.0.0.1"}, {"Port", port}};
@@ -118,16 +117,26 @@ TEST(ViconNode, StopsWhileAServerIsSilent) {
   {
     const SilentServer server(false);
     Bench<ViconNode> bench(at(server.port()));
-    const Collector<Rotation> rotation(bench.ns, "n/Orientation 0");
-    ASSERT_TRUE(bench.runs("Operating"));
-    EXPECT_LT(secondsOf([&] { bench.ns.disable(); }), test::soon);
-    EXPECT_EQ(bench.node->getState(), Node::Disabled);
+    std::unique_ptr<Collector<Rotation>> reader;
+    EXPECT_TRUE(test::stopsAtOnce(
+        [&] {
+          reader = std::make_unique<Collector<Rotation>>(bench.ns, "n/Orientation 0");
+          EXPECT_TRUE(bench.runs("Operating"));
+        },
+        [&] { reader.reset(); }));
+    EXPECT_EQ(bench.node->getState(), Node::Sleeping);
     EXPECT_TRUE(bench.log().empty());
   }
   const SilentServer server(true);
   Bench<ViconNode> bench(at(server.port()));
   EXPECT_TRUE(bench.reaches(Node::Error));
   EXPECT_EQ(bench.log().back(), "Error Recieving");
+}
+
+TEST(ViconNode, WorksInItsExample) {
+  Device device({"vicon", "--listen", "0"});
+  test::ExampleTree tree("vicon.vfx", "Stage", "Port", device.port());
+  EXPECT_TRUE(areOnPath(Collector<test::Vec3>(tree.ns, "Stage/Position 0").more(5), 0));
 }
 
 TEST(ViconChannels, SortsOutNames) {

@@ -17,7 +17,8 @@ namespace Vantiflux {
 /// The serial line to a Fastrak: finds the tracker at whatever speed it has, brings it to the one that is wanted, and
 /// leaves it as it was found.
 ///
-/// *Threads.* One thread, but for `resetWait` and `breakWait`, which ends every operation soon.
+/// *Threads.* One thread, but for `resetWait` and `breakWait`. To end an operation soon, let `Sleep` return false
+/// first, and then call `breakWait`.
 class VANTIFLUX_API FastrakPort {
 public:
   struct Settings {
@@ -49,7 +50,7 @@ public:
   /// The name that the tracker told.
   const std::string& name() const noexcept { return name_; }
 
-  /// Switches all stations on and asks which of them have a sensor. False without a proper answer.
+  /// Switches all stations on and asks which of them have a sensor, three times at most. False without a proper answer.
   bool askActive(Active& active);
 
   /// Lets the tracker send records of position, quaternion and stylus, in centimetres.
@@ -66,6 +67,7 @@ private:
   bool detect();
   bool switchTo(int baudRate);
   void leave();
+  bool stopped() { return !sleep_(0); }
   void send(std::string_view text);
   static std::string portSettings(const Settings& settings, int baudRate);
 
