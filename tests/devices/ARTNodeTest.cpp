@@ -17,9 +17,7 @@ using test::Collector;
 using test::Device;
 
 std::string freeDatagramPort() {
-  Pelorn::UDP socket;
-  socket.open("127.0.0.1", 0);
-  return std::to_string(socket.getLocalAddress().getServicePort());
+  return std::to_string(test::freePort<Pelorn::UDP>());
 }
 
 /// A node on a free port, and who sends to it.
