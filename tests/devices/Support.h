@@ -146,8 +146,8 @@ inline void send(Pelorn::Socket& socket, const std::string& text) {
   EXPECT_TRUE(stream.write(text, 30000));
 }
 
-/// A port of this host that nothing uses. It is none of those that the system chooses, and test programs that run side by
-/// side look in different places: nobody else takes it before the test does.
+/// A port of this host that nothing uses. It is none of those that the system chooses, and test programs that run side
+/// by side look in different places: nobody else takes it before the test does.
 template <class Socket = Pelorn::ServerSocket>
 std::uint16_t freePort() {
   static int next = getpid() * 16;
