@@ -7,6 +7,7 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
+#include "PeersCommand.h"
 #include "RunCommand.h"
 #include "TypesCommand.h"
 #include "ValueText.h"
@@ -42,19 +43,38 @@ int run(int argc, char** argv) {
   CLI::App* const typesCommand = app.add_subcommand("types", "List the node types, or describe one with its fields");
   typesCommand->add_option("NAME", type, "The type to describe");
 
+  Host::PeersOptions peers;
+  CLI::App* const peersCommand =
+      app.add_subcommand("peers", "List the network nodes that are heard, or say why there may be none");
+  peersCommand->add_option("SERVER", peers.server, "A host:port whose handshake to try as well");
+  peersCommand->add_option("--group", peers.group, "The multicast group")->type_name("ADDRESS")->capture_default_str();
+  peersCommand->add_option("--port", peers.port, "The group's port")->type_name("PORT")->capture_default_str();
+  peersCommand->add_option("--ttl", peers.ttl, "How many segments questions may cover")
+      ->type_name("N")
+      ->capture_default_str();
+  peersCommand->add_option("--address", peers.address, "The address of the interface to use instead of all")
+      ->type_name("ADDRESS");
+  peersCommand->add_option("--seconds", peers.seconds, "How long to listen")
+      ->type_name("S")
+      ->check(CLI::Range(1, 3600))
+      ->capture_default_str();
+
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error);
   }
 
+  bool success = true;
   if (runCommand->parsed())
     Host::runTree(options);
+  else if (peersCommand->parsed())
+    success = Host::listPeers(std::cout, peers);
   else if (type.empty())
     Host::listTypes(std::cout);
   else
     Host::describeType(std::cout, type);
-  return std::cout.flush() ? 0 : 1;
+  return std::cout.flush() && success ? 0 : 1;
 }
 
 } // namespace

@@ -1,0 +1,254 @@
+// A node and peers that do not behave, or are not welcome.
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include <sys/socket.h>
+
+#include <gtest/gtest.h>
+
+#include <vantiflux/core/Root.h>
+#include <vantiflux/net/CommandEvent.h>
+#include <vantiflux/platform/pelorn/Communicator.h>
+#include <vantiflux/platform/pelorn/Discovery.h>
+#include <vantiflux/platform/pelorn/HelloEvent.h>
+#include <vantiflux/values/SlotTypes.h>
+
+#include "Support.h"
+
+namespace {
+
+using namespace test;
+using namespace Vantiflux;
+using Pelorn::Communicator;
+using Pelorn::Event;
+using Pelorn::HelloEvent;
+
+/// A peer made by hand.
+class Client {
+public:
+  explicit Client(const Space& space) {
+    auto socket = std::make_unique<Pelorn::LinkSocket>();
+    socket->connect("127.0.0.1", space.port(), 30000);
+    link = std::make_shared<Communicator>(std::move(socket), [this](Communicator& busy) {
+      while (busy.flush() == Communicator::Flushed::More) {
+      }
+    });
+  }
+  std::unique_ptr<Event> receive() const {
+    std::unique_ptr<Event> event;
+    if (link->waitForEvent(30000) == Pelorn::WaitResult::Data)
+      Event::receive(link.get(), event);
+    return event;
+  }
+  void sendRaw(const std::string& bytes) const {
+    iovec piece{const_cast<char*>(bytes.data()), bytes.size()};
+    EXPECT_EQ(link->socket().send({&piece, 1}), static_cast<ssize_t>(bytes.size()));
+  }
+  /// Introduces itself; the lesser instance number has the last word.
+  void greet(const std::string& protocol, short major, short minor, short id) const {
+    HelloEvent hello(protocol, "a test", major, minor);
+    hello.setLink(1, id);
+    EXPECT_TRUE(hello.send(link.get()));
+    Pelorn::VerdictEvent(true).send(link.get());
+  }
+  bool ended() const { return link->waitForEvent(30000) == Pelorn::WaitResult::Error; }
+
+  std::shared_ptr<Communicator> link;
+};
+
+TEST(Handshake, StrangersAreDroppedWithALineInTheLog) {
+  Space space(loopbackFields());
+  const short id = space.node->getId();
+  {
+    const Client silent(space);
+    const auto hello = silent.receive();
+    ASSERT_NE(dynamic_cast<HelloEvent*>(hello.get()), nullptr);
+    EXPECT_EQ(dynamic_cast<HelloEvent&>(*hello).getProtocol(), "Vantiflux");
+    EXPECT_EQ(dynamic_cast<HelloEvent&>(*hello).getClientName(), "C++ NetworkNode");
+    EXPECT_EQ(dynamic_cast<HelloEvent&>(*hello).getMajor(), 2);
+    EXPECT_TRUE(silent.ended());
+    EXPECT_TRUE(space.logs("Client accepted\nClient did not perform handshake for more than one second - "
+                           "disconnected\n"));
+  }
+  const auto expectLog = [&](const std::function<void(const Client&)>& say, const std::string& line) {
+    const Client client(space);
+    client.receive();
+    say(client);
+    EXPECT_TRUE(client.ended()) << line;
+    EXPECT_TRUE(space.logs(line + "\n")) << space.log();
+  };
+  const std::string silent = "Client accepted\nClient did not perform handshake - disconnected";
+  expectLog([](const Client& c) { c.sendRaw("GET / HTTP/1.1\r\n\r\n"); }, silent);
+  expectLog([](const Client& c) { CommandEvent(3).send(c.link.get()); }, silent);
+  expectLog([&](const Client& c) { c.greet("Telnet", 2, 0, id); },
+            "Client does not use Vantiflux protocol (it is using Telnet) - disconnected");
+  expectLog([&](const Client& c) { c.greet("Vantiflux", 3, 0, id); },
+            "Client does not use protocol major version 2 (it is using 3) - disconnected");
+  expectLog([&](const Client& c) { c.greet("Vantiflux", 2, 0, static_cast<short>(id + 1)); },
+            "Client has another ID (it is using " + std::to_string(id + 1) + ") - disconnected");
+  EXPECT_EQ(space.node->getDetailedInfo(), "No clients are currently connected to the NetworkNode.<p>\n");
+
+  // A minor version does not matter. What comes after the handshake may be nonsense, as long as it can be told apart.
+  const Client guest(space);
+  guest.greet("Vantiflux", 2, 7, id);
+  ASSERT_TRUE(space.logs("Handshake ok - "));
+  EXPECT_NE(space.node->getDetailedInfo().find("Client: a test<br>\nProtocol: Vantiflux 2.7<p>\n"), std::string::npos);
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  CommandEvent(5).send(guest.link.get());
+  HelloEvent("late", "hello", 0, 0).send(guest.link.get());
+  SlotCommandEvent(CommandEvent::StopOutSlot, 99).send(guest.link.get());
+  CommandEvent(CommandEvent::StartInSlot).send(guest.link.get()); // of the wrong class
+  AddSlotEvent add(CommandEvent::AddOutSlot);
+  add.setLabel("<b>");
+  add.setCodec("SFUnheardOf");
+  add.send(guest.link.get());
+  add.setCodec("SFString");
+  add.send(guest.link.get());
+  EXPECT_TRUE(eventually([&] { return space.hasOut("<b>"); }));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR: Unknown VantifluxCommand ID5\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "Got invalid Event of type Vantiflux::CommandEvent command: 5 from client 0\n"
+            "Got invalid Event of type Vantiflux::SlotCommandEvent command: 4 from client 0\n"
+            "Got invalid Event of type Vantiflux::CommandEvent command: 9 from client 0\n"
+            "Got invalid Event of type Vantiflux::AddSlotEvent command: 1 from client 0\n");
+  EXPECT_TRUE(guest.link->isOpen());
+  guest.sendRaw("\xff\xff\xff\xff");
+  EXPECT_TRUE(guest.ended());
+  EXPECT_TRUE(space.logs("Client disconnected - "));
+  EXPECT_TRUE(eventually([&] { return !space.hasOut("<b>"); }));
+}
+
+TEST(Handshake, SlotsAreOfferedStartedAndStopped) {
+  Space space(loopbackFields());
+  OutSlot<std::string> out("of the test");
+  OutSlot<std::vector<int>> odd("of a type without a codec");
+  space.top.addOutSlot("out", &out);
+  space.top.addOutSlot("odd", &odd);
+  const Client first(space);
+  const Client second(space);
+  const auto offered = [&](const Client& client, unsigned long instance) {
+    HelloEvent hello("Vantiflux", "a test", 2, 0);
+    hello.setLink(instance, space.node->getId());
+    hello.send(client.link.get());
+    Pelorn::VerdictEvent(true).send(client.link.get());
+    client.receive();
+    const auto event = client.receive();
+    const auto& add = dynamic_cast<const AddSlotEvent&>(*event);
+    EXPECT_EQ(add.getCommand(), CommandEvent::AddOutSlot);
+    EXPECT_EQ(add.getLabel(), Pelorn::InetAddress::getLocalHostName() + "/out");
+    EXPECT_EQ(add.getDescription(), "of the test");
+    EXPECT_EQ(add.getCodec(), "SFString");
+    return add.getSlotId();
+  };
+  const unsigned long id = offered(first, 1);
+  ASSERT_EQ(offered(second, 2), id);
+  const auto expectValue = [&](const Client& client, const std::string& text, unsigned long stamp) {
+    const auto event = client.receive();
+    const auto& state = dynamic_cast<const SetStateEvent&>(*event);
+    EXPECT_EQ(state.getSlotId(), id);
+    EXPECT_EQ(state.getTimeStamp(), stamp);
+    EXPECT_EQ(state.getState().text(), std::string(1, static_cast<char>(text.size())) + std::string(3, '\0') + text);
+  };
+  out.push(Data<std::string>("one", 1));
+  EXPECT_FALSE(out.isConnected());
+  SlotCommandEvent start(CommandEvent::StartOutSlot, id);
+  SlotCommandEvent stop(CommandEvent::StopOutSlot, id);
+  start.send(first.link.get());
+  start.send(first.link.get()); // once is enough
+  expectValue(first, "one", 1);
+  start.send(second.link.get());
+  expectValue(second, "one", 1);
+  out.push(Data<std::string>("two", 2));
+  expectValue(first, "two", 2);
+  expectValue(second, "two", 2);
+  stop.send(first.link.get());
+  // Events are handled one after the other: the answer to this one comes after the stop.
+  OutSlot<bool> later;
+  space.top.addOutSlot("later", &later);
+  SlotCommandEvent(CommandEvent::StartOutSlot, dynamic_cast<AddSlotEvent&>(*first.receive()).getSlotId())
+      .send(first.link.get());
+  EXPECT_TRUE(eventually([&] { return later.isConnected(); }));
+  out.push(Data<std::string>("three", 3));
+  dynamic_cast<AddSlotEvent&>(*second.receive());
+  expectValue(second, "three", 3);
+  stop.send(second.link.get());
+  EXPECT_TRUE(eventually([&] { return !out.isConnected(); }));
+  space.top.removeOutSlot("later", &later);
+  const auto removed = first.receive();
+  EXPECT_EQ(dynamic_cast<SlotCommandEvent&>(*removed).getCommand(), CommandEvent::RemoveOutSlot);
+  space.top.removeOutSlot("out", &out);
+  space.top.removeOutSlot("odd", &odd);
+}
+
+TEST(Handshake, AServerThatCannotOpenIsAnErrorThatPasses) {
+  Space first(loopbackFields());
+  testing::internal::CaptureStderr();
+  Space second(loopbackFields() + std::vector<std::string>{"Port=" + std::to_string(first.port())});
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR: Cannot open server for Vantiflux Network node\n");
+  EXPECT_EQ(second.node->getState(), Node::Error);
+  EXPECT_EQ(second.node->getShortInfo(), "Cannot open server");
+  second.node->setPort(0);
+  testing::internal::CaptureStdout();
+  second.node->enable();
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "Vantiflux Network node listening on localhost:" + std::to_string(second.port()) + "\n");
+  EXPECT_TRUE(eventually([&] { return second.node->getState() == Node::Running; }));
+  EXPECT_EQ(second.node->getShortInfo(), "Server listening on localhost:" + std::to_string(second.port()));
+  second.node->disable();
+  EXPECT_EQ(second.node->getState(), Node::Sleeping);
+  EXPECT_EQ(second.node->getShortInfo(), "");
+}
+
+TEST(Handshake, ServersAreParsed) {
+  NetworkNode node;
+  testing::internal::CaptureStderr();
+  node.setServers("a:1,,b,c:x:2,:3");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR: Invalid server definition \"b\"\n");
+  EXPECT_EQ(node.getServers(), "a:1,,b,c:x:2,:3");
+  // Itself among its servers does no harm.
+  const auto fields = loopbackFields();
+  Space space(fields);
+  space.node->setServers("127.0.0.1:" + std::to_string(space.port()));
+  EXPECT_TRUE(space.logs("Client is this network node itself - disconnected"));
+  EXPECT_EQ(space.node->getDetailedInfo(), "No clients are currently connected to the NetworkNode.<p>\n");
+}
+
+/// Removes the node that delivers to it.
+class Remover : public BasicInSlot::Listener {
+public:
+  explicit Remover(Space& space) : space_(space) { slot.addListener(*this); }
+  ~Remover() override { slot.removeListener(*this); }
+  void newData(BasicInSlot&) override {
+    space_.top.removeNamespace("Net");
+    removed = true;
+  }
+  InSlot<std::string> slot;
+  std::atomic<bool> removed{false};
+
+private:
+  Space& space_;
+};
+
+TEST(Handshake, ANodeMayBeRemovedByAValueThatItReceives) {
+  const auto fields = loopbackFields();
+  Space source(fields + std::vector<std::string>{"Prefix=S/{SlotLabel}"});
+  OutSlot<std::string> out;
+  source.top.addOutSlot("x", &out);
+  {
+    Space space(fields);
+    Remover remover(space);
+    space.top.addInSlot("here", &remover.slot);
+    space.top.addRoute("S/x", "here");
+    out.push(std::string("go"));
+    EXPECT_TRUE(eventually([&] { return remover.removed.load(); }));
+    EXPECT_TRUE(eventually([&] { return !space.hasOut("S/x"); }));
+    space.top.removeInSlot("here", &remover.slot);
+  }
+  EXPECT_TRUE(eventually([&] { return !out.isConnected(); }));
+  source.top.removeOutSlot("x", &out);
+}
+
+} // namespace
