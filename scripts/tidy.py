@@ -35,7 +35,7 @@ def preprocessed(entry):
         words = words[1:]
     words[words.index("-o") + 1] = "-"
     words[words.index("-c")] = "-E"
-    return subprocess.run(words + ["-CC"], cwd=entry["directory"], stdout=subprocess.PIPE, check=True).stdout
+    return subprocess.run(words + ["-C"], cwd=entry["directory"], stdout=subprocess.PIPE, check=True).stdout
 
 
 def checks_for(root, file):

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <random>
+#include <sstream>
 
 #include <poll.h>
 
@@ -16,7 +17,7 @@
 #include <vantiflux/platform/pelorn/HelloEvent.h>
 #include <vantiflux/platform/pelorn/MulticastSocket.h>
 
-#include "ValueText.h"
+#include "Printable.h"
 
 namespace Host {
 
@@ -137,10 +138,11 @@ bool tryServer(std::ostream& stream, const std::string& server) {
 
 } // namespace
 
-bool listPeers(std::ostream& stream, const PeersOptions& options) {
+Peers findPeers(const PeersOptions& options) {
   const InetAddress local = lookUp(options.address);
   Pelorn::MulticastSocket socket(SocketAddress(lookUp(options.group), options.port), options.ttl, local);
   const Heard heard = listen(socket, options.seconds);
+  std::ostringstream stream;
   for (const auto& [instance, peer] : heard.peers)
     stream << peer.server.getHostAddress() << '\t' << peer.server.getServicePort() << '\t' << peer.announcement.id
            << '\t' << peer.announcement.major << '.' << peer.announcement.minor << '\n';
@@ -149,7 +151,7 @@ bool listPeers(std::ostream& stream, const PeersOptions& options) {
     diagnose(stream, socket, heard, options);
   if (!options.server.empty())
     any = tryServer(stream, options.server) || any;
-  return any;
+  return {stream.str(), any};
 }
 
 } // namespace Host

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ostream>
 #include <string>
 
 namespace Host {
@@ -16,10 +15,14 @@ struct PeersOptions {
   std::string server;  ///< "host:port" whose handshake is tried; empty for none
 };
 
-/// Prints the network nodes that answer on the multicast group: address, port, ID and version of the protocol, between
-/// tabs. When there is none, prints what may be wrong: the interfaces, whether this host hears itself. Says of the
-/// server whether it introduces itself. Returns whether anybody was found. Throws Pelorn::Exception when the group
-/// cannot be used.
-bool listPeers(std::ostream& stream, const PeersOptions& options);
+struct Peers {
+  std::string text; ///< lines for people
+  bool any = false; ///< whether somebody was found
+};
+
+/// The network nodes that answer on the multicast group, one line each: address, port, ID and version of the protocol,
+/// between tabs. When there is none, what may be wrong: the interfaces, whether this host hears itself. And whether the
+/// server introduces itself. Throws Pelorn::Exception when the group cannot be used.
+Peers findPeers(const PeersOptions& options);
 
 } // namespace Host

@@ -1,10 +1,8 @@
 #include "RunCommand.h"
 
-#include <csignal>
-#include <cstdio>
+#include <cerrno>
+#include <cstdint>
 #include <exception>
-#include <filesystem>
-#include <fstream>
 #include <optional>
 
 #include <unistd.h>
@@ -14,7 +12,11 @@
 #include <vantiflux/platform/pelorn/URL.h>
 #include <vantiflux/state/StateKeeperXML.h>
 
-#include "StandardOutput.h"
+#include "Messages.h"
+#include "Output.h"
+#include "Printable.h"
+#include "SaveFile.h"
+#include "StopSignals.h"
 #include "ValueText.h"
 #include "Watcher.h"
 
@@ -23,32 +25,6 @@ namespace Host {
 namespace {
 
 using Vantiflux::Root;
-using Vantiflux::StateKeeperXML;
-
-// The signals that end the program. They are blocked in every thread and taken by the one that waits here, so that none
-// interrupts a node's work. A broken pipe is a failed write and no reason to end.
-class StopSignals {
-public:
-  StopSignals() {
-    sigemptyset(&set_);
-    sigaddset(&set_, SIGINT);
-    sigaddset(&set_, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &set_, nullptr);
-    std::signal(SIGPIPE, SIG_IGN);
-  }
-
-  void wait() const {
-    int signal = 0;
-    while (sigwait(&set_, &signal) != 0) {
-    }
-  }
-
-  // Taken like one that came from outside.
-  static void raise() { ::kill(::getpid(), SIGTERM); }
-
-private:
-  sigset_t set_{};
-};
 
 // Nodes of plug-ins must be gone before the process unloads the plug-ins.
 struct ClearAtEnd {
@@ -64,55 +40,66 @@ struct ClearAtEnd {
 void load(const std::string& file) {
   const Root::WriteLock lock;
   try {
-    StateKeeperXML::load(Root::the(), Pelorn::URL::parse(file));
+    Vantiflux::StateKeeperXML::load(Root::the(), Pelorn::URL::parse(file));
   } catch (const std::exception& error) {
-    throw Vantiflux::Exception(file + ": " + error.what());
+    const std::string why = error.what();
+    throw Vantiflux::Exception((file.empty() ? "\"\"" : file) + ": " + (why.empty() ? "cannot be loaded" : why));
   }
   Root::the().setDirty(false);
 }
 
-// Written beside its place first, so that a failure leaves an earlier file whole.
-void save(const std::string& file) {
-  const std::string part = file + ".part";
-  std::ofstream stream(part, std::ios::binary | std::ios::trunc);
-  if (!stream)
-    throw Vantiflux::Exception("Cannot write \"" + part + "\"");
-  {
-    const Root::ReadLock lock;
-    StateKeeperXML::save(Root::the(), stream);
-  }
-  stream.close();
-  if (!stream)
-    throw Vantiflux::Exception("Cannot write \"" + part + "\"");
-  std::filesystem::rename(part, file);
+void tellDropped(std::uint64_t lines) {
+  if (lines != 0)
+    tell(std::to_string(lines) + " values were not printed: nobody reads them fast enough");
 }
+
+/// The watched values on standard output.
+class Watching {
+public:
+  Watching(const std::vector<std::string>& patterns, StopSignals& signals)
+      : output_(STDOUT_FILENO, {[&signals] { signals.stop(); }, tellDropped}) {
+    watcher_.emplace(Root::the(), patterns, [this](auto timeStamp, const std::string& label, const std::string& text) {
+      output_.write(timeText(timeStamp) + '\t' + printable(label) + '\t' + text + '\n');
+    });
+    for (const std::string& pattern : watcher_->unmatched())
+      tell("nothing arrives under \"" + pattern + "\" yet, waiting for it");
+  }
+
+  void end() {
+    watcher_.reset();
+    tellDropped(output_.end());
+  }
+
+  // A reader that has gone is no failure.
+  void check() const {
+    if (output_.failure() != 0 && output_.failure() != EPIPE)
+      throwUnwritable(output_.failure());
+  }
+
+private:
+  Output output_;
+  std::optional<Watcher> watcher_;
+};
 
 } // namespace
 
 void runTree(const RunOptions& options) {
-  const StopSignals signals;
-  StandardOutput output;
+  StopSignals signals;
   const ClearAtEnd clear;
-  if (!options.file.empty())
-    load(options.file);
-
-  std::optional<Watcher> watcher;
-  if (!options.watched.empty()) {
-    watcher.emplace(Root::the(), options.watched, [&output](const std::string& line) {
-      const bool written = output.write(line);
-      if (!written)
-        StopSignals::raise(); // nobody is left to watch
-      return written;
-    });
-    for (const std::string& pattern : watcher->unmatched())
-      std::fprintf(stderr, "vantiflux: nothing is called \"%s\" yet, waiting for it\n", printable(pattern).c_str());
-  }
+  if (options.file)
+    load(*options.file);
+  signals.arm();
+  std::optional<Watching> watching;
+  if (!options.watched.empty())
+    watching.emplace(options.watched, signals);
 
   signals.wait();
-  output.end();
-  watcher.reset();
-  if (!options.saveOnExit.empty())
-    save(options.saveOnExit);
+  if (watching)
+    watching->end();
+  if (options.saveOnExit)
+    saveTree(*options.saveOnExit);
+  if (watching)
+    watching->check();
 }
 
 } // namespace Host

@@ -1,14 +1,15 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace Host {
 
 struct RunOptions {
-  std::string file;                 ///< the tree to load; empty for none
-  std::vector<std::string> watched; ///< label patterns
-  std::string saveOnExit;           ///< where to save the tree at the end; empty for nowhere
+  std::optional<std::string> file;       ///< the tree to load
+  std::vector<std::string> watched;      ///< label patterns
+  std::optional<std::string> saveOnExit; ///< where to save the tree at the end
 };
 
 /// Loads the tree, runs it until SIGINT or SIGTERM, prints watched values meanwhile. Needs to be called before the

@@ -1,14 +1,13 @@
 #pragma once
 
-#include <ostream>
 #include <string>
 
 namespace Host {
 
-/// Lists the node types, one line each.
-void listTypes(std::ostream& stream);
+/// All node types that are registered, with their fields, defaults and descriptions.
+std::string describeTypes();
 
-/// Describes one type with its fields. Throws Vantiflux::InvalidNodeException for an unknown one.
-void describeType(std::ostream& stream, const std::string& name);
+/// The same of one type, which may stand in a plug-in. Throws Vantiflux::InvalidNodeException for an unknown one.
+std::string describeType(const std::string& name);
 
 } // namespace Host

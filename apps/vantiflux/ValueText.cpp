@@ -1,14 +1,16 @@
 #include "ValueText.h"
 
 #include <array>
-#include <cctype>
 #include <cstdio>
 #include <ctime>
 #include <sstream>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include <vantiflux/values/SlotTypes.h>
+
+#include "Printable.h"
 
 namespace Host {
 
@@ -18,9 +20,13 @@ using namespace Vantiflux;
 
 // Longer lists are cut: a line is for people.
 constexpr std::size_t shownElements = 32;
+constexpr std::size_t shownBytes = std::size_t{1} << 16;
 
 void write(std::ostream& stream, const std::string& value) {
-  stream << printable(value);
+  if (value.size() <= shownBytes)
+    stream << printable(value);
+  else
+    stream << printable(std::string_view(value).substr(0, shownBytes)) << "... " << value.size() << " bytes in all";
 }
 
 template <class T>
@@ -49,49 +55,37 @@ void write(std::ostream& stream, const SmartPtr<T>& pointer) {
 }
 
 template <class T>
-bool takeFrom(BasicInSlot& slot, TakenValue& taken) {
-  auto* const typed = dynamic_cast<InSlot<T>*>(&slot);
-  if (typed == nullptr)
-    return false;
-  const Data<T> data = typed->pop();
+std::string textOf(const T& value) {
   std::ostringstream text;
   text << std::boolalpha;
   text.precision(9);
-  write(text, data.getValue());
-  taken = {data.getTimeStamp(), text.str()};
-  return true;
+  write(text, value);
+  return text.str();
 }
 
-template <class... Types>
-bool isAny(TypeList<Types...> /*types*/, const std::type_info& type) {
-  return ((type == typeid(Types)) || ...);
-}
+// Gets each value of every writer, even of those that write at the same time: it has no place to hold one.
+template <class T>
+class TypedSlot final : public InSlot<T> {
+public:
+  explicit TypedSlot(const TextSlot::Sink& sink) : sink_(sink) {}
+  void push(const Data<T>& data) override {
+    const Slot::Use use(*this);
+    sink_(data.getTimeStamp(), textOf(data.getValue()));
+  }
+
+private:
+  const TextSlot::Sink& sink_;
+};
 
 template <class... Types>
-bool takeFromAny(TypeList<Types...> /*types*/, BasicInSlot& slot, TakenValue& taken) {
-  return (takeFrom<Types>(slot, taken) || ...);
+std::unique_ptr<BasicInSlot> createSlot(TypeList<Types...> /*types*/, const std::type_info& type,
+                                        const TextSlot::Sink& sink) {
+  std::unique_ptr<BasicInSlot> slot;
+  ((type == typeid(Types) ? void(slot = std::make_unique<TypedSlot<Types>>(sink)) : void()), ...);
+  return slot;
 }
 
 } // namespace
-
-std::string printable(std::string_view text) {
-  std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x20 && byte != 0x7f) {
-      result += c;
-    } else if (c == '\n') {
-      result += "\\n";
-    } else if (c == '\t') {
-      result += "\\t";
-    } else {
-      std::array<char, 5> code{};
-      std::snprintf(code.data(), code.size(), "\\x%02x", byte);
-      result += code.data();
-    }
-  }
-  return result;
-}
 
 std::string timeText(BasicData::TimeStamp timeStamp) {
   const auto seconds = static_cast<std::time_t>(timeStamp / 1000);
@@ -105,15 +99,20 @@ std::string timeText(BasicData::TimeStamp timeStamp) {
   return std::string(text.data()) + fraction.data();
 }
 
-bool isPrintable(const BasicInSlot& slot) {
-  return isAny(ValueTypes(), slot.getTypeID());
+TextSlot::TextSlot(const BasicOutSlot& source, Sink sink)
+    : sink_(std::move(sink)), slot_(createSlot(ValueTypes(), source.getTypeID(), sink_)) {
+  if (slot_ != nullptr)
+    return;
+  slot_ = source.createMatchingInSlot();
+  slot_->addListener(*this);
 }
 
-std::optional<TakenValue> takeAsText(BasicInSlot& slot) {
-  TakenValue taken;
-  if (slot.empty() || !takeFromAny(ValueTypes(), slot, taken))
-    return std::nullopt;
-  return taken;
+TextSlot::~TextSlot() = default;
+
+void TextSlot::newData(BasicInSlot& slot) {
+  BasicData now;
+  now.setTimeStamp();
+  sink_(now.getTimeStamp(), std::string("(") + slot.getTypeName() + ")");
 }
 
 } // namespace Host

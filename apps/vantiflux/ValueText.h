@@ -1,31 +1,39 @@
 #pragma once
 
-#include <optional>
+#include <functional>
+#include <memory>
 #include <string>
-#include <string_view>
 
 #include <vantiflux/core/BasicInSlot.h>
+#include <vantiflux/core/BasicOutSlot.h>
 #include <vantiflux/core/Data.h>
 
 namespace Host {
 
-/// Text that a terminal shows as it is, on one line: control characters are written as "\n" or "\x1b".
-std::string printable(std::string_view text);
-
 /// Local time to the millisecond: "2024-02-29 12:34:56.789".
 std::string timeText(Vantiflux::BasicData::TimeStamp timeStamp);
 
-struct TakenValue {
-  Vantiflux::BasicData::TimeStamp timeStamp = 0;
-  std::string text;
+/// An in-slot that turns each value that arrives into text as people read it: components between blanks, lists in
+/// brackets, images and sound as a summary, what is long cut short. Of a type that is not the library's own, the name
+/// of the type is told.
+class TextSlot : private Vantiflux::BasicInSlot::Listener {
+public:
+  /// Called in the writer's thread.
+  using Sink = std::function<void(Vantiflux::BasicData::TimeStamp timeStamp, const std::string& text)>;
+
+  /// For values of the out-slot's type.
+  TextSlot(const Vantiflux::BasicOutSlot& source, Sink sink);
+  ~TextSlot() override;
+  TextSlot(const TextSlot&) = delete;
+  TextSlot& operator=(const TextSlot&) = delete;
+
+  Vantiflux::BasicInSlot& slot() const noexcept { return *slot_; }
+
+private:
+  void newData(Vantiflux::BasicInSlot& slot) override;
+
+  const Sink sink_;
+  std::unique_ptr<Vantiflux::BasicInSlot> slot_;
 };
-
-/// Whether the slot's type is one of the library's.
-bool isPrintable(const Vantiflux::BasicInSlot& slot);
-
-/// Takes the waiting value of a slot of any of the library's types and writes it as people read it: components between
-/// blanks, lists in brackets, images and sound as a summary. Empty for a slot without a value and for one of another
-/// type. *Threads.* The caller is the slot's one reader, or this may block.
-std::optional<TakenValue> takeAsText(Vantiflux::BasicInSlot& slot);
 
 } // namespace Host

@@ -1,13 +1,16 @@
 // The host program as a process of its own.
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include <apps/Counterparts.h>
 #include <apps/Process.h>
 #include <gtest/gtest.h>
 
@@ -45,10 +48,11 @@ std::string contents(const std::string& file) {
 }
 
 TEST(Host, PrintsWatchedValuesUntilItIsInterrupted) {
-  for (const int signal : {SIGINT, SIGTERM}) {
-    Process process(host({"run", clockTree, "--watch", "clock/*"}));
-    const std::regex form(
-        R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\tClock/Time\t\w{3} \w{3} \d+ \d\d:\d\d:\d\d \d{4}\n)");
+  for (const auto& [signal, watched, label] :
+       {std::tuple(SIGINT, "clock/*", "Clock/Time"), {SIGTERM, "time", "Time"}}) {
+    Process process(host({"run", clockTree, "--watch", watched}));
+    const std::regex form(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}\t)" + std::string(label) +
+                          R"(\t\w{3} \w{3} \d+ \d\d:\d\d:\d\d \d{4}\n)");
     for (int i = 0; i < 2; ++i) {
       const std::string line = process.readLine();
       EXPECT_TRUE(std::regex_match(line, form)) << line;
@@ -64,14 +68,65 @@ TEST(Host, TellsWhatItWaitsFor) {
   process.readLine();
   process.signal(SIGTERM);
   EXPECT_EQ(process.wait(), 0);
-  EXPECT_EQ(process.errors(), "vantiflux: nothing is called \"Mouse\" yet, waiting for it\n");
+  EXPECT_EQ(process.errors(), "vantiflux: nothing arrives under \"Mouse\" yet, waiting for it\n");
+}
+
+TEST(Host, PrintsNoControlSequenceThatComesWithALabel) {
+  const Folder folder;
+  const std::string tree = folder.write("tree.vfx", "<Vantiflux versionMajor=\"1\"><Node label=\"&#x9b;2J&#x202e;\" "
+                                                    "type=\"Clock\"/></Vantiflux>");
+  Process process(host({"run", tree, "--watch", "*"}));
+  EXPECT_NE(process.readLine().find("\t\\u009b2J\\u202e/Time\t"), std::string::npos);
+  process.signal(SIGTERM);
+  EXPECT_EQ(process.wait(), 0);
 }
 
 TEST(Host, EndsThoughItsOutputIsStuck) {
-  Process process(host({"run", clockTree, "--watch", "clock/*", "--watch", "Mouse"}), Process::Pipe::Full);
-  process.readErrorLine(); // it is about to print
-  process.signal(SIGTERM);
-  EXPECT_EQ(process.wait(), 0);
+  test::Terminal terminal;
+  test::fill(terminal.slave());
+  std::array<int, 2> pipe{};
+  ASSERT_EQ(pipe2(pipe.data(), O_CLOEXEC), 0);
+  test::fill(pipe[1]);
+  for (const int output : {terminal.slave(), pipe[1]}) {
+    Process process(host({"run", clockTree, "--watch", "clock/*", "--watch", "Mouse"}), output);
+    process.readErrorLine(); // it has begun to watch, and the clock to tick
+    process.signal(SIGTERM);
+    EXPECT_EQ(process.wait(), 0);
+    EXPECT_EQ(fcntl(output, F_GETFL) & O_NONBLOCK, 0) << "belongs to others too";
+  }
+  close(pipe[0]);
+  close(pipe[1]);
+}
+
+TEST(Host, SaysThatItsOutputCannotBeWritten) {
+  const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+  ASSERT_GE(full, 0);
+  for (const auto& command :
+       {std::vector<std::string>{"run", clockTree, "--watch", "*"}, {"types"}, {"run", "--help"}}) {
+    Process process(host(command), full);
+    EXPECT_EQ(process.wait(), 1);
+    EXPECT_EQ(process.errors(), "vantiflux: Cannot write to standard output: No space left on device\n");
+  }
+  close(full);
+}
+
+TEST(Host, CanBeInterruptedWhileTheTreeIsStillLoading) {
+  const Folder folder;
+  const test::SilentServer server;
+  const std::string url = "http://127.0.0.1:" + std::to_string(server.port()) + "/tree.vfx";
+  const std::string tree = folder.write(
+      "tree.vfx", "<Vantiflux versionMajor=\"1\"><Node label=\"a\" type=\"Inline\"><Parameter name=\"URL\" "
+                  "value=\"" +
+                      url + "\"/></Node></Vantiflux>");
+  for (const std::string& file : {url, tree}) {
+    Process process(host({"run", file, "--save-on-exit", folder.file("half.vfx")}));
+    const int connection = server.accept(); // it waits for the answer now
+    process.signal(SIGINT);
+    EXPECT_EQ(process.wait(), 128 + SIGINT);
+    EXPECT_EQ(process.errors(), "vantiflux: interrupted before the tree was loaded\n");
+    EXPECT_FALSE(std::filesystem::exists(folder.file("half.vfx")));
+    close(connection);
+  }
 }
 
 TEST(Host, EndsWhenNobodyReadsItsOutputAnyMore) {
@@ -97,11 +152,19 @@ TEST(Host, SavesAtTheEndWhatItCanLoadAgain) {
 }
 
 TEST(Host, ATreeThatCannotBeSavedIsAnError) {
-  Process process(host({"run", clockTree, "--watch", "*", "--save-on-exit", "/nowhere/tree.vfx"}));
-  process.readLine();
-  process.signal(SIGINT);
-  EXPECT_EQ(process.wait(), 1);
-  EXPECT_EQ(process.errors(), "vantiflux: Cannot write \"/nowhere/tree.vfx.part\"\n");
+  const Folder folder;
+  const std::string taken = folder.file("taken.vfx"); // the name of a folder
+  std::filesystem::create_directory(taken);
+  for (const auto& [file, why] : {std::pair(std::string("/nowhere/tree.vfx"), "No such file or directory"),
+                                  {taken, "Is a directory"},
+                                  {std::string("/dev/full"), "No space left on device"}}) {
+    Process process(host({"run", clockTree, "--watch", "*", "--save-on-exit", file}));
+    process.readLine();
+    process.signal(SIGINT);
+    EXPECT_EQ(process.wait(), 1);
+    EXPECT_EQ(process.errors(), "vantiflux: Cannot save \"" + file + "\": " + why + "\n");
+    EXPECT_FALSE(std::filesystem::exists(file + ".part"));
+  }
 }
 
 TEST(Host, ErrorsAreOneLine) {
@@ -117,6 +180,9 @@ TEST(Host, ErrorsAreOneLine) {
       {"run", folder.write("text.vfx", "not XML\nat all")},
       {"run", folder.write("cut.vfx", head + "<Node label=\"a\" type=\"Clock\">")},
       {"run", folder.write("type.vfx", head + "<Node label=\"a\" type=\"Fly&#10;ing\"/></Vantiflux>")},
+      {"run", folder.file("")},
+      {"run", ""},
+      {"run", "/dev/null"},
       {"types", "Flying"},
   };
   for (const auto& command : commands) {
@@ -127,20 +193,25 @@ TEST(Host, ErrorsAreOneLine) {
     EXPECT_TRUE(errors.starts_with("vantiflux: ")) << errors;
     EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
     EXPECT_EQ(errors.find('\x1b'), std::string::npos) << errors;
+    if (command.size() == 2 && command[0] == "run" && command[1].starts_with(folder.file(""))) {
+      EXPECT_TRUE(errors.starts_with("vantiflux: " + command[1] + ": ")) << errors;
+    }
   }
 }
 
 TEST(Host, DescribesNodeTypes) {
+  const std::string field = "  Field URL = \"\"\n    URL of the file we read the namespace from\n";
   Process list(host({"types"}));
   const std::string types = list.output();
   EXPECT_EQ(list.wait(), 0);
-  EXPECT_TRUE(std::regex_search(types, std::regex("(^|\n)Clock +Reads the system time\\.\n"))) << types;
-  EXPECT_TRUE(std::regex_search(types, std::regex("(^|\n)Inline +Allows"))) << types;
+  EXPECT_TRUE(types.starts_with("Clock: Reads the system time.\n")) << types;
+  EXPECT_NE(types.find(field), std::string::npos) << types;
 
   Process one(host({"types", "inline"}));
   const std::string type = one.output();
   EXPECT_EQ(one.wait(), 0);
-  EXPECT_NE(type.find("Field URL = \"\"\n  URL of the file we read the namespace from\n"), std::string::npos) << type;
+  EXPECT_TRUE(type.starts_with("Inline: Allows") && type.ends_with(field)) << type;
+  EXPECT_NE(types.find('\n' + type + '\n'), std::string::npos);
 }
 
 TEST(Host, HelpsOnEveryLevel) {

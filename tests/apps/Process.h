@@ -17,19 +17,15 @@ namespace test {
 /// A program that was started with its standard output and standard error in pipes.
 class Process {
 public:
-  enum class Pipe { Empty, Full };
-
-  /// A full pipe takes no output at all.
-  explicit Process(std::vector<std::string> words, Pipe pipe = Pipe::Empty) {
+  /// In place of the pipe, the standard output may lead elsewhere.
+  explicit Process(std::vector<std::string> words, int output = -1) {
     std::array<int, 2> out{};
     std::array<int, 2> err{};
     if (pipe2(out.data(), O_CLOEXEC) != 0 || pipe2(err.data(), O_CLOEXEC) != 0)
       std::abort();
-    if (pipe == Pipe::Full)
-      fill(out[1]);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, output >= 0 ? output : out[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
     std::vector<char*> arguments;
     for (std::string& word : words)
@@ -75,14 +71,6 @@ public:
   }
 
 private:
-  static void fill(int fd) {
-    const int flags = fcntl(fd, F_GETFL);
-    fcntl(fd, F_SETFL, flags | O_NONBLOCK);
-    const std::array<char, 4096> part{};
-    while (write(fd, part.data(), part.size()) > 0) {
-    }
-    fcntl(fd, F_SETFL, flags);
-  }
   static std::string readLineOf(int fd) {
     std::string line;
     for (char c = 0; c != '\n' && read(fd, &c, 1) == 1;)

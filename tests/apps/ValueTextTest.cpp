@@ -1,4 +1,5 @@
 #include "../../apps/vantiflux/ValueText.h"
+#include "../../apps/vantiflux/Printable.h"
 
 #include <cstdlib>
 #include <ctime>
@@ -10,15 +11,28 @@
 
 namespace {
 
+struct Foreign {};
+
+} // namespace
+
+template <>
+struct Vantiflux::TypeName<Foreign> {
+  static const char* getName() { return "Foreign"; }
+};
+
+namespace {
+
 using namespace Vantiflux;
 
 template <class T>
 std::string textOf(const T& value) {
-  InSlot<T> slot;
-  slot.push(Data<T>(value, 5));
-  const auto taken = Host::takeAsText(slot);
-  EXPECT_TRUE(taken && taken->timeStamp == 5 && slot.empty());
-  return taken ? taken->text : "nothing";
+  std::string result = "nothing";
+  const Host::TextSlot text(OutSlot<T>(), [&](std::uint64_t timeStamp, const std::string& arrived) {
+    EXPECT_EQ(timeStamp, 5);
+    result = arrived;
+  });
+  dynamic_cast<InSlot<T>&>(text.slot()).push(Data<T>(value, 5));
+  return result;
 }
 
 template <class T>
@@ -46,10 +60,27 @@ TEST(ValueText, OfEveryKindOfValue) {
   EXPECT_EQ(textOf(SmartPtr<Sample>()), "none");
 }
 
-TEST(ValueText, KnowsEveryTypeOfTheLibrary) {
-  ValueTypes::forEach([]<class T>() { EXPECT_TRUE(Host::isPrintable(InSlot<T>())) << TypeName<T>::getName(); });
-  InSlot<float> empty;
-  EXPECT_FALSE(Host::takeAsText(empty));
+TEST(ValueText, OfEveryTypeOfTheLibraryAndTheNameOfOthers) {
+  ValueTypes::forEach([]<class T>() { EXPECT_NE(textOf(T()), "nothing") << TypeName<T>::getName(); });
+  OutSlot<Foreign> out;
+  std::string told;
+  const Host::TextSlot text(out, [&](std::uint64_t, const std::string& arrived) { told = arrived; });
+  out.connect(&text.slot());
+  out.push(Foreign());
+  EXPECT_EQ(told, "(Foreign)");
+  out.disconnect(&text.slot());
+}
+
+TEST(ValueText, IsPrintable) {
+  EXPECT_EQ(Host::printable("gr\u00fc\u00df \u20ac \U0001f600"), "gr\u00fc\u00df \u20ac \U0001f600");
+  EXPECT_EQ(Host::printable("\xc2\x9b 2J \xc2\x85 \xc2\xa0"), "\\u009b 2J \\u0085 \xc2\xa0");
+  EXPECT_EQ(Host::printable("\u202egnp.exe \u2028 \u2066"), "\\u202egnp.exe \\u2028 \\u2066");
+  // Bare and cut bytes, more of them than needed, half of a pair, beyond the last character.
+  EXPECT_EQ(Host::printable("\x9b \xc3"), "\\x9b \\xc3");
+  EXPECT_EQ(Host::printable("\xc0\x9b \xe0\x82\x9b"), "\\xc0\\x9b \\xe0\\x82\\x9b");
+  EXPECT_EQ(Host::printable("\xed\xa0\x80 \xf4\x90\x80\x80"), "\\xed\\xa0\\x80 \\xf4\\x90\\x80\\x80");
+  EXPECT_EQ(Host::printable(std::string(1, '\0') + "\r"), "\\x00\\x0d");
+  EXPECT_TRUE(textOf(std::string(1 << 20, 'x')).ends_with("x... 1048576 bytes in all"));
 }
 
 TEST(ValueText, OfTimeStampsIsLocalTimeOrTheBareNumber) {

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <values/CodecSupport.h>
+
 #include <vantiflux/values/SlotTypes.h>
 
 namespace {
@@ -79,6 +81,26 @@ TEST(Allocation, PooledValuesTakeNoneAfterTheFirst) {
   const long before = allocations;
   for (int i = 0; i < 1000; ++i)
     frame();
+  EXPECT_EQ(allocations, before);
+}
+
+TEST(Allocation, EncodingAndDecodingTakeNone) {
+  const test::Ends<Matrix4<float>> ends("SFMatrix4f");
+  const test::Ends<SmartPtr<Image>> images("SFImage");
+  const std::string image = images.encode(test::image(64, 48, Image::RGB24)).str();
+  Pelorn::Gather gather;
+  const auto exchange = [&] {
+    ends.in->push(Data<Matrix4<float>>());
+    gather.clear();
+    ends.encoder->popAndEncode(gather);
+    ends.decoder->decodeAndPush(gather.text(), 1);
+    images.decoder->decodeAndPush(image, 1);
+  };
+  for (int i = 0; i < 5; ++i)
+    exchange();
+  const long before = allocations;
+  for (int i = 0; i < 1000; ++i)
+    exchange();
   EXPECT_EQ(allocations, before);
 }
 

@@ -29,11 +29,10 @@ std::vector<NodeType*> allTypes() {
 
 std::unique_ptr<BasicOutSlot> matchingOutSlot(const Slot& slot) {
   std::unique_ptr<BasicOutSlot> out;
-#define TRY(T)                                                                                                         \
-  if (slot.getTypeID() == typeid(T))                                                                                   \
-    out = std::make_unique<OutSlot<T>>();
-  VANTIFLUX_FOR_EACH_VALUE_TYPE(TRY)
-#undef TRY
+  ValueTypes::forEach([&]<class T>() {
+    if (slot.getTypeID() == typeid(T))
+      out = std::make_unique<OutSlot<T>>();
+  });
   return out;
 }
 
@@ -97,7 +96,7 @@ TEST_P(Conformance, SlotsAreLabelledDescribedAndPublished) {
   node->getSlots("*", Slot::Out, slots);
   for (const LabeledSlot& entry : slots) {
     std::string key = (entry.slot->getDirection() == Slot::In ? "in " : "out ") + Labels::lower(entry.label);
-    if (withTwinSlots.count(type().getName()) != 0)
+    if (withTwinSlots.contains(type().getName()))
       key += entry.slot->getTypeName();
     EXPECT_TRUE(seen.insert(key).second) << key;
     EXPECT_FALSE(entry.slot->getDescription().empty()) << key;

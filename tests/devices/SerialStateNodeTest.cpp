@@ -21,7 +21,10 @@ std::atomic<int> readings{0};
 
 } // namespace
 
-extern "C" __attribute__((visibility("default"))) int ioctl(int descriptor, unsigned long request, ...) noexcept {
+extern "C" __attribute__((visibility("default"))) int interposed(int descriptor, unsigned long request, ...) noexcept
+    asm("ioctl");
+
+int interposed(int descriptor, unsigned long request, ...) noexcept {
   va_list arguments;
   va_start(arguments, request);
   void* const argument = va_arg(arguments, void*);

@@ -107,7 +107,9 @@ TEST(Stop, WhileAClientFindsNoServer) {
 }
 
 TEST(Stop, WhileAPeerTakesNoInitString) {
-  Bench<TCPServerNode> server({{"Address", "127.0.0.1"}, {"InitString", std::string(20'000'000, 'x')}});
+  std::string endless;
+  endless.resize(20'000'000, 'x');
+  Bench<TCPServerNode> server({{"Address", "127.0.0.1"}, {"InitString", endless}});
   Pelorn::Socket peer;
   for (int round = 0; round < 2; ++round) {
     ASSERT_TRUE(server.runs("Waiting"));
@@ -246,7 +248,7 @@ private:
       ns_.addNamespace(label, NodeType::newInstance(types[random() % types.size()]));
       break;
     case 1:
-      delete ns_.removeNamespace(label).release();
+      ns_.removeNamespace(label).reset();
       break;
     case 2:
       ns_.addRoute(label + "/Data out", "reader");

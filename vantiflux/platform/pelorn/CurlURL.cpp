@@ -5,10 +5,10 @@
 
 namespace Pelorn {
 
-CurlURL::CurlURL(const std::string& url) : handle_(curl_url()) {
+CurlURL::CurlURL(const std::string& url, unsigned flags) : handle_(curl_url()) {
   if (!handle_)
     throw std::bad_alloc();
-  valid_ = curl_url_set(handle_, CURLUPART_URL, url.c_str(), CURLU_URLENCODE) == CURLUE_OK;
+  valid_ = curl_url_set(handle_, CURLUPART_URL, url.c_str(), CURLU_URLENCODE | flags) == CURLUE_OK;
 }
 
 CurlURL::~CurlURL() {

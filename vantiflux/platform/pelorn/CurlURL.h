@@ -8,7 +8,8 @@ namespace Pelorn {
 /// A URL taken apart by libcurl. Bare blanks and the like are coded; a URL without a known kind is not valid.
 class CurlURL {
 public:
-  explicit CurlURL(const std::string& url);
+  /// The flags are the library's, besides coding.
+  explicit CurlURL(const std::string& url, unsigned flags = 0);
   ~CurlURL();
   CurlURL(const CurlURL&) = delete;
   CurlURL& operator=(const CurlURL&) = delete;

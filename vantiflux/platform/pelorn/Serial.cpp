@@ -42,7 +42,7 @@ std::string lower(std::string text) {
 
 std::string devicePath(const std::string& device) {
   if (!device.empty() && device[0] == '/')
-    return device;
+    return device.find('\0') == std::string::npos ? device : std::string();
   const bool number = !device.empty() && device.size() <= 5 &&
                       std::all_of(device.begin(), device.end(), [](char c) { return c >= '0' && c <= '9'; });
   return number ? "/dev/ttyS" + std::to_string(std::stoi(device)) : std::string();
@@ -73,7 +73,7 @@ void Serial::open() {
   close();
   const std::lock_guard lock(settingsMutex_);
   const std::string path = devicePath(device_);
-  if (path.empty() || path.find('\0') != std::string::npos)
+  if (path.empty())
     throw Exception("\"" + device_ + "\" is neither the number nor the path of a serial port");
   const std::string what = "Cannot open " + path;
   Descriptor fd(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));

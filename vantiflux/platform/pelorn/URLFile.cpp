@@ -65,7 +65,8 @@ URLFile::URLFile(std::string path) : path_(std::move(path)) {}
 URLFile::~URLFile() = default;
 
 std::shared_ptr<const URLFile> URLFile::parse(const std::string& url) {
-  const CurlURL parsed(url);
+  // What ".." leads to is for the file system to say: the folder before it may be a symbolic link.
+  const CurlURL parsed(url, CURLU_PATH_AS_IS);
   std::string coded;
   if (!parsed.get(CURLUPART_PATH, coded) || coded.size() > 3 * PATH_MAX)
     return nullptr;

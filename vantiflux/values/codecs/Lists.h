@@ -1,11 +1,10 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cstddef>
 #include <limits>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -73,14 +72,15 @@ private:
     requires MadeOfNumbers<E>
   {
     using Number = typename Numbers<E>::Number;
-    constexpr E zero = std::bit_cast<E>(std::array<Number, Numbers<E>::count>{});
+    // By way of a small block: elements that were made only to be overwritten would cost more than copying them twice.
+    constexpr std::size_t most = 4096 / sizeof(E);
+    alignas(E) std::byte block[most * sizeof(E)];
+    list.reserve(std::min(count, in.available() / sizeof(E)));
     while (in && list.size() < count) {
-      const std::size_t done = list.size();
-      const std::size_t there = std::max(in.available(), Pelorn::ibinstream::step) / sizeof(E);
-      list.resize(done + std::min(count - done, there), zero);
-      auto* const numbers = reinterpret_cast<Number*>(list.data() + done);
-      const std::size_t whole = in.readRun(numbers, (list.size() - done) * Numbers<E>::count);
-      list.resize(done + whole / Numbers<E>::count, zero);
+      const std::size_t more = std::min(count - list.size(), most);
+      const std::size_t numbers = in.readRun(reinterpret_cast<Number*>(block), more * Numbers<E>::count);
+      const E* const elements = std::launder(reinterpret_cast<const E*>(block));
+      list.insert(list.end(), elements, elements + numbers / Numbers<E>::count);
     }
   }
 
