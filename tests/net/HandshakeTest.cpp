@@ -19,6 +19,18 @@
 
 namespace {
 
+/// A type of value that has no codec.
+struct Odd {};
+
+} // namespace
+
+template <>
+struct Vantiflux::TypeName<Odd> {
+  static const char* getName() { return "Odd"; }
+};
+
+namespace {
+
 using namespace test;
 using namespace Vantiflux;
 using Pelorn::Communicator;
@@ -124,7 +136,7 @@ TEST(Handshake, StrangersAreDroppedWithALineInTheLog) {
 TEST(Handshake, SlotsAreOfferedStartedAndStopped) {
   Space space(loopbackFields());
   OutSlot<std::string> out("of the test");
-  OutSlot<std::vector<int>> odd("of a type without a codec");
+  OutSlot<Odd> odd("of a type without a codec");
   space.top.addOutSlot("out", &out);
   space.top.addOutSlot("odd", &odd);
   const Client first(space);

@@ -235,16 +235,16 @@ void NetworkNode::clear() {
     importedIn.swap(importedInSlots_);
     exportedBySlot_.clear();
   }
-  for (const auto& [id, slot] : exportedOut)
-    slot->withdraw();
-  for (const auto& [id, slot] : exportedIn)
-    slot->withdraw();
-  for (const auto& [communicator, slots] : importedOut)
-    for (const auto& [id, slot] : slots)
-      slot->withdraw();
-  for (const auto& [communicator, slots] : importedIn)
-    for (const auto& [id, slot] : slots)
-      slot->withdraw();
+  const auto withdrawAll = [this](const auto& slots) {
+    for (const auto& entry : slots)
+      guarded([&] { entry.second->withdraw(); });
+  };
+  withdrawAll(exportedOut);
+  withdrawAll(exportedIn);
+  for (const auto& client : importedOut)
+    withdrawAll(client.second);
+  for (const auto& client : importedIn)
+    withdrawAll(client.second);
   std::map<Communicator*, std::unique_ptr<HelloEvent>> clients;
   const std::lock_guard lock(clientsLock_);
   clients.swap(clients_);
@@ -264,8 +264,8 @@ bool NetworkNode::addClient(Communicator* communicator) {
       [this, communicator](std::string_view& head, std::size_t length, std::span<std::byte>& rest) {
         return beginBulk(communicator, head, length, rest);
       });
+  std::vector<std::shared_ptr<const ExportedSlot>> exported; // go after the lock
   const std::lock_guard announcing(announcementsLock_);
-  std::vector<std::shared_ptr<const ExportedSlot>> exported;
   {
     const std::lock_guard lock(slotsLock_);
     for (const auto& [id, slot] : exportedOutSlots_)
@@ -348,9 +348,9 @@ void NetworkNode::removeClient(Communicator* communicator) {
     importedInSlots_.erase(communicator);
   }
   for (const auto& slot : exported)
-    slot->removeCommunicator(communicator);
+    guarded([&] { slot->removeCommunicator(communicator); });
   for (const auto& slot : imported)
-    slot->withdraw();
+    guarded([&] { slot->withdraw(); });
 }
 
 std::string NetworkNode::getDetailedInfo() const {

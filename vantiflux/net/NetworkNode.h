@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -135,7 +136,9 @@ private:
   void connectThread();
   void recvThread();
   bool receiveFrom(Pelorn::Communicator& communicator);
-  void dispatchGuarded(Pelorn::Communicator& communicator, Pelorn::Event& event);
+  /// What call backs throw goes to the log and concerns this step only.
+  template <class Step>
+  void guarded(Step&& step);
   std::unique_ptr<Pelorn::Event> beginBulk(Pelorn::Communicator* communicator, std::string_view& head,
                                            std::size_t length, std::span<std::byte>& rest);
   void connectServers();
@@ -210,5 +213,16 @@ private:
   NodeWorker connectWorker_;
   NodeWorker receiveWorker_;
 };
+
+template <class Step>
+void NetworkNode::guarded(Step&& step) {
+  try {
+    step();
+  } catch (const std::exception& e) {
+    addLog(std::string("Exception while a peer was served: ") + e.what());
+  } catch (...) {
+    addLog("Exception of an unknown type while a peer was served");
+  }
+}
 
 } // namespace Vantiflux

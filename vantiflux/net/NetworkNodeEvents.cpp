@@ -22,9 +22,11 @@ void NetworkNode::recvThread() {
     if (found == nullptr)
       continue;
     const auto communicator = found->shared_from_this(); // a call back may close the connector
-    if (receiveFrom(*communicator))
+    bool alive = false;
+    guarded([&] { alive = receiveFrom(*communicator); });
+    if (alive)
       continue;
-    removeClient(communicator.get());
+    guarded([&] { removeClient(communicator.get()); });
     connector_.removeCommunicator(communicator.get());
     communicator->close();
   }
@@ -41,23 +43,14 @@ bool NetworkNode::receiveFrom(Communicator& communicator) {
     std::unique_ptr<Pelorn::Event> event;
     if (!Pelorn::Event::receive(&communicator, event))
       return false;
-    dispatchGuarded(communicator, *event);
+    guarded([&] {
+      if (auto* const command = dynamic_cast<CommandEvent*>(event.get()))
+        dispatchEvent(&communicator, command);
+    });
     if (!communicator.isOpen())
       return false;
   }
   return true;
-}
-
-// What call backs throw concerns this event only.
-void NetworkNode::dispatchGuarded(Communicator& communicator, Pelorn::Event& event) {
-  try {
-    if (auto* const command = dynamic_cast<CommandEvent*>(&event))
-      dispatchEvent(&communicator, command);
-  } catch (const std::exception& e) {
-    addLog(std::string("Exception while an event was handled: ") + e.what());
-  } catch (...) {
-    addLog("Exception of an unknown type while an event was handled");
-  }
 }
 
 bool NetworkNode::dispatchEvent(Communicator* communicator, CommandEvent* event) {

@@ -366,7 +366,7 @@ bool MultiConnector::claim(std::uint64_t instance, const Communicator& communica
   if (link == nullptr)
     return false;
   for (auto& [number, other] : links_)
-    if (&other != link && other.instance == instance) {
+    if (&other != link && other.instance == instance && other.communicator->isOpen()) {
       if (!replace)
         return false;
       other.instance = 0;
