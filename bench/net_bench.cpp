@@ -118,7 +118,7 @@ double percentile(Shared* shared, long count, double part) {
 Payload stamped() {
   Payload value;
   const long time = now();
-  std::memcpy(&value, &time, sizeof time);
+  std::memcpy(static_cast<void*>(&value), &time, sizeof time);
   return value;
 }
 
@@ -323,7 +323,7 @@ void rate(std::size_t slots, long count) {
         Payload value;
         for (long i = 0; i < count; ++i) {
           const long number = i / static_cast<long>(slots);
-          std::memcpy(&value, &number, sizeof number);
+          std::memcpy(static_cast<void*>(&value), &number, sizeof number);
           while (i - shared.received.load(std::memory_order_acquire) > ahead)
             std::this_thread::sleep_for(std::chrono::microseconds(50));
           outs[static_cast<std::size_t>(i) % slots]->push(Data<Payload>(value));

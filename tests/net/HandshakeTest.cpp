@@ -65,7 +65,12 @@ public:
     EXPECT_TRUE(hello.send(link.get()));
     Pelorn::VerdictEvent(true).send(link.get());
   }
-  bool ended() const { return link->waitForEvent(30000) == Pelorn::WaitResult::Error; }
+  /// Whether it comes to its end, behind whatever is still said.
+  bool ended() const {
+    while (receive() != nullptr) {
+    }
+    return link->waitForEvent(30000) == Pelorn::WaitResult::Error;
+  }
 
   std::shared_ptr<Communicator> link;
 };

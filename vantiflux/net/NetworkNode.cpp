@@ -266,7 +266,7 @@ bool NetworkNode::addClient(Communicator* communicator) {
       });
   std::vector<std::shared_ptr<const ExportedSlot>> exported; // go after the lock
   const std::lock_guard announcing(announcementsLock_);
-  {
+  if (getExportSlots()) {
     const std::lock_guard lock(slotsLock_);
     for (const auto& [id, slot] : exportedOutSlots_)
       exported.push_back(slot);
