@@ -40,6 +40,7 @@ std::vector<std::unique_ptr<Ends>> makeEnds() {
   std::vector<BasicCodec*> codecs;
   BasicCodec::getCodecs(codecs);
   std::vector<std::unique_ptr<Ends>> ends;
+  ends.reserve(codecs.size());
   for (const BasicCodec* const codec : codecs)
     ends.push_back(std::make_unique<Ends>(*codec));
   return ends;

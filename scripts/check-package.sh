@@ -11,7 +11,12 @@ rm -rf "$work"
 cmake --install "$build" --prefix "$work/staged" >/dev/null
 mv "$work/staged" "$work/prefix"
 
-"$work/prefix/bin/vantiflux" types | grep -q '^Clock '
+"$work/prefix/bin/vantiflux" types | grep -q '^Clock:'
+
+# The simulated camera is found from where the program is now.
+"$work/prefix/bin/vantiflux" simulate camera -- \
+  "$work/prefix/bin/vantiflux" snapshot examples/trees/camera.vfx Mirror/frames_out "$work/mirror.png" >/dev/null
+test -s "$work/mirror.png"
 
 cmake -S tests/package -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_STANDARD=20 >/dev/null
 cmake --build "$work/cmake"

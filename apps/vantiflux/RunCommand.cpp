@@ -2,21 +2,18 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <exception>
 #include <optional>
 
 #include <unistd.h>
 
-#include <vantiflux/core/Exception.h>
 #include <vantiflux/core/Root.h>
-#include <vantiflux/platform/pelorn/URL.h>
-#include <vantiflux/state/StateKeeperXML.h>
 
 #include "Messages.h"
 #include "Output.h"
 #include "Printable.h"
 #include "SaveFile.h"
 #include "StopSignals.h"
+#include "TreeFile.h"
 #include "ValueText.h"
 #include "Watcher.h"
 
@@ -25,28 +22,6 @@ namespace Host {
 namespace {
 
 using Vantiflux::Root;
-
-// Nodes of plug-ins must be gone before the process unloads the plug-ins.
-struct ClearAtEnd {
-  ClearAtEnd() = default;
-  ~ClearAtEnd() {
-    const Root::WriteLock lock;
-    Root::the().clear();
-  }
-  ClearAtEnd(const ClearAtEnd&) = delete;
-  ClearAtEnd& operator=(const ClearAtEnd&) = delete;
-};
-
-void load(const std::string& file) {
-  const Root::WriteLock lock;
-  try {
-    Vantiflux::StateKeeperXML::load(Root::the(), Pelorn::URL::parse(file));
-  } catch (const std::exception& error) {
-    const std::string why = error.what();
-    throw Vantiflux::Exception((file.empty() ? "\"\"" : file) + ": " + (why.empty() ? "cannot be loaded" : why));
-  }
-  Root::the().setDirty(false);
-}
 
 void tellDropped(std::uint64_t lines) {
   if (lines != 0)
@@ -87,7 +62,7 @@ void runTree(const RunOptions& options) {
   StopSignals signals;
   const ClearAtEnd clear;
   if (options.file)
-    load(*options.file);
+    loadTree(*options.file);
   signals.arm();
   std::optional<Watching> watching;
   if (!options.watched.empty())

@@ -16,6 +16,10 @@ namespace Host {
 
 namespace {
 
+[[noreturn]] void fail(const std::string& file, const std::string& why) {
+  throw Vantiflux::Exception("Cannot save \"" + file + "\": " + why);
+}
+
 std::string document() {
   const Vantiflux::Root::ReadLock lock;
   std::ostringstream stream;
@@ -64,13 +68,20 @@ void replace(const std::filesystem::path& file, std::string_view text) {
 } // namespace
 
 void saveTree(const std::string& file) {
-  const auto fail = [&](const std::string& why) { throw Vantiflux::Exception("Cannot save \"" + file + "\": " + why); };
+  std::string text;
   try {
-    replace(file, document());
-  } catch (const std::system_error& error) {
-    fail(error.code().message());
+    text = document();
   } catch (const std::exception& error) {
-    fail(error.what());
+    fail(file, error.what());
+  }
+  saveText(file, text);
+}
+
+void saveText(const std::string& file, std::string_view text) {
+  try {
+    replace(file, text);
+  } catch (const std::system_error& error) {
+    fail(file, error.code().message());
   }
 }
 

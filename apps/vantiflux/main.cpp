@@ -1,4 +1,6 @@
 #include <exception>
+#include <functional>
+#include <memory>
 #include <sstream>
 #include <string>
 
@@ -12,7 +14,9 @@
 #include "Messages.h"
 #include "PeersCommand.h"
 #include "RunCommand.h"
+#include "SnapshotCommand.h"
 #include "TypesCommand.h"
+#include "simulate/SimulateCommand.h"
 
 namespace {
 
@@ -33,63 +37,110 @@ int finish(const CLI::App& app, const CLI::ParseError& error) {
   return Host::print(result.view()) ? status : 1;
 }
 
-int run(int argc, char** argv) {
-  CLI::App app("Reads, filters and passes on the data of input devices.", "vantiflux");
-  app.require_subcommand(1);
+/// What the chosen command does; returns the status of the process.
+using Program = std::function<int()>;
 
-  Host::RunOptions options;
-  CLI::App* const runCommand = app.add_subcommand("run", "Load a tree of nodes and run it until interrupted");
-  runCommand->add_option("FILE", options.file, "The tree: a .vfx file or its URL");
-  runCommand
-      ->add_option("--watch", options.watched,
+void addRun(CLI::App& app, Program& program) {
+  const auto options = std::make_shared<Host::RunOptions>();
+  CLI::App* const command = app.add_subcommand("run", "Load a tree of nodes and run it until interrupted");
+  command->add_option("FILE", options->file, "The tree: a .vfx file or its URL");
+  command
+      ->add_option("--watch", options->watched,
                    "Print the values that arrive under labels of the tree's top that match this pattern, such as "
                    "\"Clock/*\"")
       ->type_name("LABEL")
       ->take_all()
       ->allow_extra_args(false);
-  runCommand->add_option("--save-on-exit", options.saveOnExit, "Save the tree to this file at the end")
+  command->add_option("--save-on-exit", options->saveOnExit, "Save the tree to this file at the end")
       ->type_name("FILE");
+  command->callback([options, &program] {
+    program = [options] {
+      Host::runTree(*options);
+      return 0;
+    };
+  });
+}
 
-  std::string type;
-  CLI::App* const typesCommand = app.add_subcommand("types", "Describe the node types with their fields");
-  typesCommand->add_option("NAME", type, "The one type to describe, which may stand in a plug-in");
+void addTypes(CLI::App& app, Program& program) {
+  const auto type = std::make_shared<std::string>();
+  CLI::App* const command = app.add_subcommand("types", "Describe the node types with their fields");
+  command->add_option("NAME", *type, "The one type to describe, which may stand in a plug-in");
+  command->callback([type, &program] {
+    program = [type] { return Host::print(type->empty() ? Host::describeTypes() : Host::describeType(*type)) ? 0 : 1; };
+  });
+}
 
-  const CLI::App* const codecsCommand =
+void addCodecs(CLI::App& app, Program& program) {
+  CLI::App* const command =
       app.add_subcommand("codecs", "List the binary encodings of values, by name, with the type that they are for");
+  command->callback([&program] { program = [] { return Host::print(Host::listCodecs()) ? 0 : 1; }; });
+}
 
-  Host::PeersOptions peers;
-  CLI::App* const peersCommand =
+void addSnapshot(CLI::App& app, Program& program) {
+  const auto options = std::make_shared<Host::SnapshotOptions>();
+  CLI::App* const command = app.add_subcommand("snapshot", "Load a tree and save one image of it as a picture");
+  command->add_option("TREE", options->tree, "The tree: a .vfx file or its URL")->required();
+  command->add_option("LABEL", options->label, "Where the image arrives, such as \"Camera/Frames\"")->required();
+  command->add_option("FILE", options->file, "The picture: .png, .jpg or .jpeg")->required();
+  command->add_option("--skip", options->skipped, "Images to let pass before")->type_name("COUNT");
+  command->add_option("--timeout", options->seconds, "How long to wait for an image")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.001, 1e6))
+      ->capture_default_str();
+  command->callback([options, &program] {
+    program = [options] {
+      Host::takeSnapshot(*options);
+      return 0;
+    };
+  });
+}
+
+void addPeers(CLI::App& app, Program& program) {
+  const auto options = std::make_shared<Host::PeersOptions>();
+  CLI::App* const command =
       app.add_subcommand("peers", "List the network nodes that are heard, or say why there may be none");
-  peersCommand->add_option("SERVER", peers.server, "A host:port whose handshake to try as well");
-  peersCommand->add_option("--group", peers.group, "The multicast group")->type_name("ADDRESS")->capture_default_str();
-  peersCommand->add_option("--port", peers.port, "The group's port")->type_name("PORT")->capture_default_str();
-  peersCommand->add_option("--ttl", peers.ttl, "How many segments questions may cover")
+  command->add_option("SERVER", options->server, "A host:port whose handshake to try as well");
+  command->add_option("--group", options->group, "The multicast group")->type_name("ADDRESS")->capture_default_str();
+  command->add_option("--port", options->port, "The group's port")->type_name("PORT")->capture_default_str();
+  command->add_option("--ttl", options->ttl, "How many segments questions may cover")
       ->type_name("N")
       ->capture_default_str();
-  peersCommand->add_option("--address", peers.address, "The address of the interface to use instead of all")
+  command->add_option("--address", options->address, "The address of the interface to use instead of all")
       ->type_name("ADDRESS");
-  peersCommand->add_option("--seconds", peers.seconds, "How long to listen")
+  command->add_option("--seconds", options->seconds, "How long to listen")
       ->type_name("S")
       ->check(CLI::Range(1, 3600))
       ->capture_default_str();
+  command->callback([options, &program] {
+    program = [options] {
+      const Host::Peers found = Host::findPeers(*options);
+      return Host::print(found.text) && found.any ? 0 : 1;
+    };
+  });
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("Reads, filters and passes on the data of input devices.", "vantiflux");
+  app.require_subcommand(1);
+  Program program;
+  addRun(app, program);
+  addTypes(app, program);
+  addCodecs(app, program);
+  addSnapshot(app, program);
+  addPeers(app, program);
+  Simulate::Program simulation;
+  Simulate::addCommand(app, simulation);
 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return finish(app, error);
   }
-
-  if (runCommand->parsed()) {
-    Host::runTree(options);
+  if (simulation) {
+    simulation();
     return 0;
   }
-  if (codecsCommand->parsed())
-    return Host::print(Host::listCodecs()) ? 0 : 1;
-  if (peersCommand->parsed()) {
-    const Host::Peers found = Host::findPeers(peers);
-    return Host::print(found.text) && found.any ? 0 : 1;
-  }
-  return Host::print(type.empty() ? Host::describeTypes() : Host::describeType(type)) ? 0 : 1;
+  return program();
 }
 
 } // namespace

@@ -1,6 +1,5 @@
-#include <atomic>
-#include <cstdlib>
-#include <new>
+#include <core/Allocations.h>
+
 #include <string>
 
 #include <gtest/gtest.h>
@@ -11,28 +10,8 @@
 
 namespace {
 
-std::atomic<long> allocations{0};
-
-} // namespace
-
-// Not inlined: g++ would see half of a pair in a caller and take the two for a mismatch.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* const memory = std::malloc(size))
-    return memory;
-  throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
-
-namespace {
-
 using namespace Vantiflux;
+using test::allocations;
 
 struct Popper : BasicInSlot::Listener {
   void newData(BasicInSlot&) override { taken += slot.pop().getValue()[3]; }
@@ -46,10 +25,10 @@ TEST(Allocation, PlainValuesTakeNone) {
   popper.slot.addListener(popper);
   out.connect(&popper.slot);
   out.push(Matrix4<float>());
-  const long before = allocations;
+  const long before = allocations();
   for (int i = 0; i < 1000; ++i)
     out.push(Matrix4<float>());
-  EXPECT_EQ(allocations, before);
+  EXPECT_EQ(allocations(), before);
   popper.slot.removeListener(popper);
 }
 
@@ -59,10 +38,10 @@ TEST(Allocation, TextsReuseTheirSpace) {
   out.connect(&in);
   const Data<std::string> data(std::string(500, 'x'));
   out.push(data);
-  const long before = allocations;
+  const long before = allocations();
   for (int i = 0; i < 1000; ++i)
     out.push(data);
-  EXPECT_EQ(allocations, before);
+  EXPECT_EQ(allocations(), before);
 }
 
 TEST(Allocation, PooledValuesTakeNoneAfterTheFirst) {
@@ -78,10 +57,10 @@ TEST(Allocation, PooledValuesTakeNoneAfterTheFirst) {
   };
   for (int i = 0; i < 5; ++i)
     frame();
-  const long before = allocations;
+  const long before = allocations();
   for (int i = 0; i < 1000; ++i)
     frame();
-  EXPECT_EQ(allocations, before);
+  EXPECT_EQ(allocations(), before);
 }
 
 TEST(Allocation, EncodingAndDecodingTakeNone) {
@@ -98,10 +77,10 @@ TEST(Allocation, EncodingAndDecodingTakeNone) {
   };
   for (int i = 0; i < 5; ++i)
     exchange();
-  const long before = allocations;
+  const long before = allocations();
   for (int i = 0; i < 1000; ++i)
     exchange();
-  EXPECT_EQ(allocations, before);
+  EXPECT_EQ(allocations(), before);
 }
 
 } // namespace

@@ -28,15 +28,6 @@ TEST(SerialNode, RunsOnlyWhileItIsInUse) {
   }
 }
 
-TEST(SerialNode, CutsByLength) {
-  Pty pty;
-  Bench<SerialNode> bench({{"Device", pty.path()}, {"MaxBytes", "4"}});
-  bench.route();
-  ASSERT_TRUE(bench.runs("Operating"));
-  pty.send("0123456789");
-  EXPECT_EQ(bench.inbox.wait(3), (Messages{"0123", "4567", "89"}));
-}
-
 TEST(SerialNode, CutsByDelimiterWhateverTheBursts) {
   Pty pty;
   Bench<SerialNode> bench({{"Device", pty.path()}, {"Delimiter", "10"}});
@@ -47,17 +38,6 @@ TEST(SerialNode, CutsByDelimiterWhateverTheBursts) {
   for (const char c : std::string("o\n\xE4\n"))
     pty.send(std::string(1, c));
   EXPECT_EQ(bench.inbox.wait(3), (Messages{"one\n", "two\n", "\xC3\xA4\n"}));
-}
-
-TEST(SerialNode, AMessageIsABurstByDefault) {
-  Pty pty;
-  Bench<SerialNode> bench({{"Device", pty.path()}});
-  bench.route();
-  ASSERT_TRUE(bench.runs("Operating"));
-  pty.send("first burst");
-  EXPECT_EQ(bench.inbox.wait(1), (Messages{"first burst"}));
-  pty.send("second\n");
-  EXPECT_EQ(bench.inbox.wait(2), (Messages{"first burst", "second\n"}));
 }
 
 TEST(SerialNode, SendsTheInitStringInPiecesAndBeforeAnythingElse) {

@@ -7,12 +7,14 @@
 #include <string>
 #include <sys/ioctl.h>
 #include <sys/syscall.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include <core/Support.h>
 #include <devices/Support.h>
+#include <vantiflux/devices/SerialNode.h>
 
 namespace {
 
@@ -103,6 +105,36 @@ TEST(SerialStateNode, PushesChangesOfEachLine) {
   EXPECT_EQ(scene.node->getState(), Node::Running);
   scene.unroute(); // in the pause after the change
   EXPECT_EQ(scene.node->getState(), Node::Sleeping);
+}
+
+TEST(SerialStateNode, StandsBesideTheNodeThatHasTheData) {
+  Scene scene;
+  lines = 0;
+  for (const bool first : {true, false}) {
+    test::Bench<SerialNode> data({{"Device", scene.pty.path()}, {"BaudRate", "57600"}});
+    if (first)
+      scene.route();
+    data.route();
+    if (!first)
+      scene.route();
+    EXPECT_TRUE(scene.reaches(Node::Running) && data.runs("Operating"));
+    lines = TIOCM_DSR;
+    while (!scene.dsr.pop().getValue()) { // the last value comes again with the route
+    }
+    termios settings{};
+    EXPECT_EQ(::tcgetattr(scene.pty.master(), &settings), 0);
+    EXPECT_EQ(::cfgetospeed(&settings), static_cast<speed_t>(B57600));
+    scene.pty.send("data");
+    EXPECT_EQ(data.inbox.waitBytes(4), "data");
+    test::Bench<SerialNode> second({{"Device", scene.pty.path()}});
+    second.route();
+    EXPECT_EQ(second.node->getState(), Node::Error); // the data are taken
+    lines = 0;
+    while (scene.dsr.pop().getValue()) {
+    }
+    scene.unroute();
+    EXPECT_EQ(data.node->getState(), Node::Running);
+  }
 }
 
 TEST(SerialStateNode, LooksAwayWhileASwitchBounces) {

@@ -192,6 +192,21 @@ TEST(TCPNodes, APeerThatReadsNothingBlocksNobody) {
   flood(server);
 }
 
+TEST(TCPNodes, APeerThatTakesNoInitStringIsHeardAllTheSame) {
+  const std::string hello(20'000'000, 'h');
+  Server server(local({{"InitString", hello + "#end"}, {"DeinitString", "bye"}}));
+  server.route();
+  ASSERT_TRUE(server.runs("Waiting"));
+  Pelorn::Socket client;
+  client.open("127.0.0.1", server.port());
+  test::send(client, "up");
+  EXPECT_EQ(server.inbox.wait(1), (Messages{"up"}));
+  EXPECT_EQ(test::receive(client, hello.size()), hello);
+  server.writer.push(std::string("|down"));
+  server.ns.disable();
+  EXPECT_EQ(test::receive(client, 12), "end|downbye"); // and the end
+}
+
 TEST(TCPNodes, WhatIsQueuedArrivesWhole) {
   Server server(local());
   server.route();

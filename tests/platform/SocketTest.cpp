@@ -72,6 +72,21 @@ TEST(Socket, FailuresCarryTheirCause) {
   client.open("127.0.0.1", port);
 }
 
+// Where nobody listens, one attempt in some ten thousand connects a socket to itself.
+TEST(Socket, NeverConnectsToItself) {
+  ServerSocket server;
+  server.open("127.0.0.1", 0);
+  // Clients get even ports first.
+  const auto port = static_cast<std::uint16_t>(server.getLocalAddress().getServicePort() & ~1);
+  server.close();
+  for (int i = 0; i < 20000; ++i) {
+    Socket client;
+    if (codeOf([&] { client.open("127.0.0.1", port); }) == 0) {
+      ASSERT_NE(client.getLocalAddress(), client.getRemoteAddress()) << i;
+    }
+  }
+}
+
 /// A listener whose queue is full: further attempts to connect hang.
 class FullListener {
 public:

@@ -42,6 +42,31 @@ TEST(StreamBuf, ReadsWhateverTheSizesOfItsBuffers) {
   }
 }
 
+TEST(StreamBuf, FinishGetsEverythingOutBeforeTheClose) {
+  test::Connection tcp;
+  StreamBuf out(tcp.client);
+  const std::size_t total = stuff(out) + 3;
+  ASSERT_NE(3U, total);
+  // What is not read here would turn a plain close into a reset, and that loses what the peer has not taken yet.
+  StreamBuf in(*tcp.peer);
+  ASSERT_TRUE(in.write("unread"));
+  tcp.client.breakWait(); // as of a node that is being stopped
+  test::Worker closer([&] {
+    EXPECT_TRUE(out.sendFinal("bye", 60000));
+    out.finish(60000);
+    out.close();
+  });
+  EXPECT_TRUE(closer.blocked());
+  EXPECT_EQ(total, take(in, total).size());
+  EXPECT_EQ(WaitResult::Error, in.waitForData(30000));
+  // A peer that takes nothing more is waited for no longer than was said.
+  test::Connection stalled;
+  StreamBuf mute(stalled.client);
+  ASSERT_NE(0U, stuff(mute));
+  mute.finish(20);
+  EXPECT_NE(0U, mute.queued());
+}
+
 TEST(StreamBuf, WaitTellsDataTimeOutAndEndApart) {
   test::Connection tcp;
   StreamBuf in(*tcp.peer);

@@ -1,12 +1,12 @@
 #include <vantiflux/platform/pelorn/URL.h>
 
+#include "HTTPServer.h"
 #include "support.h"
 #include <iterator>
-#include <optional>
 #include <sys/stat.h>
+#include <vantiflux/platform/pelorn/Notifier.h>
 #include <vantiflux/platform/pelorn/URLFile.h>
 #include <vantiflux/platform/pelorn/URLImpl.h>
-#include <vantiflux/platform/pelorn/ioStream.h>
 
 namespace {
 
@@ -96,45 +96,10 @@ TEST(URL, WhatIsNoReadableFile) {
   EXPECT_THROW(URL().open(), URLImpl::Exception) << "the working directory is no document";
 }
 
-/// Answers one request on each connection with a prepared reply.
-class HTTPServer {
-public:
-  explicit HTTPServer(std::function<std::string(const std::string& path)> reply) : reply_(std::move(reply)) {
-    server_.open("127.0.0.1", 0);
-    worker_.emplace([this] { serve(); });
-  }
-  ~HTTPServer() {
-    server_.breakWait();
-    worker_.reset();
-  }
-  std::string url(const std::string& path) const {
-    return "http://127.0.0.1:" + std::to_string(server_.getLocalAddress().getServicePort()) + path;
-  }
-
-private:
-  void serve() {
-    while (const auto client = server_.accept()) {
-      Pelorn::ioStream stream(*client);
-      std::string method, path, line;
-      stream >> method >> path;
-      while (std::getline(stream, line) && line != "\r") {
-      }
-      stream << reply_(path) << std::flush;
-      client->shutdownOutput();
-      while (stream.get() != EOF) {
-      }
-    }
-  }
-
-  std::function<std::string(const std::string&)> reply_;
-  Pelorn::ServerSocket server_;
-  std::optional<test::Worker> worker_;
-};
-
 TEST(URL, DocumentsOfAWebServer) {
   const test::TemporaryFolder folder;
   const std::string local = folder.write("secret", "local");
-  const HTTPServer server([&](const std::string& path) -> std::string {
+  const test::HTTPServer server([&](const std::string& path) -> std::string {
     if (path == "/moved")
       return "HTTP/1.0 302 Found\r\nLocation: /a%20b\r\n\r\n";
     if (path == "/loop")
@@ -156,11 +121,23 @@ TEST(URL, DocumentsOfAWebServer) {
     EXPECT_THROW(URL::parse(server.url(path)).open(), URLImpl::Exception) << path;
   std::string nobody;
   {
-    const HTTPServer gone([](const std::string&) { return std::string(); });
+    const test::HTTPServer gone([](const std::string&) { return std::string(); });
     nobody = gone.url("/");
     EXPECT_THROW(URL::parse(nobody).open(), URLImpl::Exception) << "no reply";
   }
   EXPECT_THROW(URL::parse(nobody).open(), URLImpl::Exception);
+}
+
+TEST(URL, AServerThatDoesNotAnswerIsLeftAtOnce) {
+  Pelorn::ServerSocket silent; // the system takes the connection
+  silent.open("127.0.0.1", 0);
+  const URL url =
+      URL::parse("http://127.0.0.1:" + std::to_string(silent.getLocalAddress().getServicePort()) + "/never");
+  const Pelorn::Notifier stop;
+  test::Worker reader([&] { EXPECT_THROW(url->read(&stop), URLImpl::Exception); });
+  const auto client = silent.accept();
+  EXPECT_TRUE(reader.blocked());
+  stop.signal();
 }
 
 } // namespace

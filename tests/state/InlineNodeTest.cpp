@@ -3,10 +3,12 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include <platform/HTTPServer.h>
 #include <vantiflux/core/InvalidNodeException.h>
 #include <vantiflux/state/ParseException.h>
 #include <vantiflux/state/StateKeeperXML.h>
@@ -179,6 +181,86 @@ TEST_F(Inline, EndsInErrorBehindALongChainOfFiles) {
   EXPECT_EQ(Node::Error, at->getState());
   EXPECT_EQ("Files include each other more than 16 deep", at->getShortInfo());
   EXPECT_EQ("", outline(*at));
+}
+
+TEST_F(Inline, EndsInErrorWhereFilesIncludeTooManyOthers) {
+  // 1 + 12 + 144 + 1728 files, if nobody counted.
+  std::string many;
+  for (int i = 0; i < 12; ++i)
+    many += including("NEXT", "i" + std::to_string(i));
+  for (const auto& [name, next] : {std::pair{"a.vfx", "b.vfx"}, {"b.vfx", "c.vfx"}, {"c.vfx", "d.vfx"}}) {
+    std::string contents = many;
+    for (auto at = contents.find("NEXT"); at != std::string::npos; at = contents.find("NEXT"))
+      contents.replace(at, 4, next);
+    folder.write(name, document(contents));
+  }
+  folder.write("d.vfx", document("<Namespace label='d'/>"));
+  const auto count = [](const Namespace& from, const auto& self) -> std::pair<int, int> {
+    std::pair<int, int> result;
+    for (const Namespace* child : from.getNamespaces()) {
+      if (const auto* const node = dynamic_cast<const InlineNode*>(child))
+        ++(node->getState() == Node::Running ? result.first : result.second);
+      const auto inner = self(*child, self);
+      result.first += inner.first;
+      result.second += inner.second;
+    }
+    return result;
+  };
+  InlineNode& node = include(folder.url("a.vfx").toString());
+  for (int round = 0; round < 3; ++round) { // what is replaced does not count any more
+    const auto [running, failed] = count(top, count);
+    EXPECT_EQ(256, running);
+    EXPECT_GT(failed, 0);
+    node.disable();
+    node.enable();
+  }
+  // The same for a file that is loaded into a living tree, of whose nodes none stands above the others.
+  top.clear();
+  StateKeeperXML::load(top, folder.url("a.vfx"));
+  EXPECT_EQ(256, count(top, count).first);
+}
+
+TEST_F(Inline, FetchesFromAWebServerWithoutHoldingUpAnybody) {
+  Pelorn::ServerSocket silent;
+  silent.open("127.0.0.1", 0);
+  const auto urlOn = [](std::uint16_t port) { return "http://127.0.0.1:" + std::to_string(port) + "/x.vfx"; };
+  InlineNode& waiting = include(urlOn(silent.getLocalAddress().getServicePort()));
+  const auto client = silent.accept();
+  EXPECT_EQ(Node::Sleeping, waiting.getState());
+  EXPECT_EQ("Loading", waiting.getShortInfo());
+  ::test::Worker([this] { top.addNamespace("other", std::make_unique<Namespace>()); }).join();
+  waiting.disable();
+  EXPECT_EQ(Node::Disabled, waiting.getState());
+  waiting.enable(); // and is deleted while it waits
+  top.clear();
+
+  const ::test::HTTPServer server([&](const std::string& path) {
+    const std::string contents = path == "/main.vfx"  ? including("sub/part.vfx") + including("bad.vfx", "j")
+                                 : path == "/bad.vfx" ? "<"
+                                                      : "<Namespace label='found'/>";
+    return "HTTP/1.0 200 OK\r\n\r\n" + document(contents);
+  });
+  InlineNode& node = include(server.url("/main.vfx"));
+  const auto settled = [&](const std::vector<std::string>& path, Node::State state) {
+    return ::test::eventually([&] {
+      const TreeLock lock;
+      try {
+        return nodeAt(node, path).getState() == state;
+      } catch (const InvalidNamespaceException&) {
+        return false;
+      }
+    });
+  };
+  EXPECT_TRUE(settled({}, Node::Running));
+  EXPECT_TRUE(settled({"i"}, Node::Running));
+  EXPECT_TRUE(settled({"j"}, Node::Error));
+  EXPECT_EQ("i:Inline{found} j:Inline", outline(node));
+  node.disable();
+  node.setURL("http://127.0.0.1:" + std::to_string(silent.getLocalAddress().getServicePort()) + "/");
+  silent.close();
+  node.enable();
+  EXPECT_TRUE(settled({}, Node::Error));
+  EXPECT_TRUE(settled({"i"}, Node::Running)); // what it held stays
 }
 
 } // namespace

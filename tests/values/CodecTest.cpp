@@ -182,7 +182,7 @@ struct Random {
   static T make() {
     std::array<typename Numbers<T>::Number, Numbers<T>::count> numbers;
     for (auto& number : numbers)
-      number = static_cast<typename Numbers<T>::Number>(static_cast<std::int64_t>(random()) / 3);
+      number = static_cast<typename Numbers<T>::Number>(static_cast<std::int64_t>(random()));
     return std::bit_cast<T>(numbers);
   }
 };

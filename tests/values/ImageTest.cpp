@@ -12,7 +12,7 @@ namespace {
 
 using Vantiflux::Image;
 
-// Bits a pixel of every format, from the description of each layout; the fractions are exact for the size used below.
+// Bits a pixel of every format, from the layout of each; the fractions are exact for the size used below.
 const std::map<std::string, unsigned> bitsPerPixel = {
     {"NONE", 0},   {"BGR232", 8},   {"BGR555", 16},  {"BGR565", 16},  {"BGR24", 24}, {"RGB24", 24}, {"BGR32", 32},
     {"RGB32", 32}, {"SHORT16", 16}, {"FLOAT16", 16}, {"FLOAT32", 32}, {"Y444", 24},  {"IYU2", 24},  {"I420", 12},

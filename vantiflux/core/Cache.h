@@ -58,6 +58,10 @@ public:
 
   /// The pool of the process. Made when the library is loaded and never destroyed: values may be released by the last
   /// thread of the process.
+#ifdef __clang__
+  // Clang 16 takes a reference that is instantiated elsewhere, but whose definition it sees, for a constant null.
+  [[clang::exclude_from_explicit_instantiation]]
+#endif
   static Cache& the_;
 
 private:

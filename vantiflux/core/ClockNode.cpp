@@ -6,15 +6,20 @@
 
 namespace Vantiflux {
 
-const char* const ClockNode::typeName_ = "Clock";
-const char* const ClockNode::author_ = "The Vantiflux developers";
-const char* const ClockNode::shortDescription_ = "Reads the system time.";
-const char* const ClockNode::longDescription_ =
-    "Publishes the system time (UTC) in seconds since 1970-01-01 00:00:00 UTC once a second while somebody reads it.";
-NodeType ClockNode::type_(typeName_, &ClockNode::create, author_, shortDescription_, longDescription_, nullptr, 0);
+using N = ClockNode;
 
-Node* ClockNode::create() {
-  return new ClockNode;
+template <>
+const char* const NodeDescription<N>::typeName_ = "Clock";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Reads the system time.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
+    "Publishes the system time (UTC) in seconds since 1970-01-01 00:00:00 UTC once a second while somebody reads it.";
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, nullptr, 0);
+
+const NodeType* ClockNode::type() const {
+  return &type_;
 }
 
 ClockNode::ClockNode()
@@ -40,11 +45,11 @@ void ClockNode::start() {
 }
 
 void ClockNode::stop() {
-  if (worker_.stop([this] { wait_.signal(); }))
-    wait_.close();
+  worker_.stop([this] { wait_.signal(); });
 }
 
 void ClockNode::thread() {
+  const Pelorn::Wait::Closing closing(wait_);
   setState(Running, "");
   std::time_t last = 0;
   do {

@@ -2,6 +2,7 @@
 
 #include <vantiflux/Export.h>
 #include <vantiflux/core/Node.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/NodeWorker.h>
 #include <vantiflux/core/OutSlot.h>
 #include <vantiflux/platform/pelorn/Wait.h>
@@ -15,26 +16,18 @@ namespace Vantiflux {
 /// | Slot   | Direction | Type   |                                                                    |
 /// |--------|-----------|--------|--------------------------------------------------------------------|
 /// | "Time" | out       | `Time` | whole seconds since 1970-01-01 00:00:00 UTC, at most 0.2 s after they began |
-class VANTIFLUX_API ClockNode : public Node {
+class VANTIFLUX_API ClockNode : public Node, public NodeDescription<ClockNode> {
 public:
   ClockNode();
   ~ClockNode() override;
 
-  const NodeType* type() const override { return &type_; }
+  const NodeType* type() const override;
   void start() override;
   void stop() override;
-
-  static Node* create();
 
 private:
   void thread();
   bool waitThread(int milliseconds) { return wait_.wait(milliseconds); }
-
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static NodeType type_;
 
   OutSlot<Time> timeSlot_;
   Pelorn::Wait wait_;

@@ -1,6 +1,7 @@
 #include <vantiflux/core/NodeWorker.h>
 
 #include <exception>
+#include <new>
 #include <utility>
 
 namespace Vantiflux {
@@ -25,11 +26,19 @@ void NodeWorker::begin(const std::function<bool()>& prepare) {
   active_ = true;
   leaving_ = false;
   node_.pin();
-  if (thread_.start())
+  bool started = false;
+  try {
+    started = thread_.start();
+  } catch (const std::bad_alloc&) { // as if the system had refused a thread
+  }
+  if (started)
     return;
   active_ = false;
+  const struct Unpinning { // after all else: this object may be gone then
+    ~Unpinning() { node.unpin(); }
+    Node& node;
+  } unpinning{node_};
   node_.setState(Node::Error, "Cannot start thread");
-  node_.unpin();
 }
 
 bool NodeWorker::stop(const std::function<void()>& interrupt) {
@@ -58,14 +67,29 @@ int NodeWorker::run() {
   do {
     try {
       body_();
-    } catch (const std::exception& e) {
-      node_.setState(Node::Error, e.what());
     } catch (...) {
-      node_.setState(Node::Error, "Unknown exception");
+      report();
     }
   } while (goesOn());
   node.unpin(); // this object may be gone now
   return 0;
+}
+
+// For the exception that is being handled. Without memory for its text, the state has to do.
+void NodeWorker::report() noexcept {
+  try {
+    try {
+      throw;
+    } catch (const std::exception& e) {
+      node_.setState(Node::Error, e.what());
+    } catch (const char* text) {
+      node_.setState(Node::Error, text);
+    } catch (...) {
+      node_.setState(Node::Error, "Unknown exception");
+    }
+  } catch (...) {
+    node_.setState(Node::Error);
+  }
 }
 
 // Decides at the end of a run whether this thread begins the next one.
@@ -79,10 +103,8 @@ bool NodeWorker::goesOn() {
   const auto prepare = std::exchange(next_, nullptr);
   try {
     active_ = prepare && prepare();
-  } catch (const std::exception& e) {
-    node_.setState(Node::Error, e.what());
   } catch (...) {
-    node_.setState(Node::Error, "Unknown exception");
+    report();
   }
   if (!active_)
     thread_.endRun(); // while the lock is held: who starts next makes a thread of his own

@@ -39,6 +39,7 @@ private:
   int run();
   void begin(const std::function<bool()>& prepare);
   bool goesOn();
+  void report() noexcept;
 
   Node& node_;
   const std::function<void()> body_;

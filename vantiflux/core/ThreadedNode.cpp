@@ -2,7 +2,11 @@
 
 namespace Vantiflux {
 
-ThreadedNode::ThreadedNode() : worker_(*this, [this] { thread(); }) {}
+ThreadedNode::ThreadedNode()
+    : worker_(*this, [this] {
+        const Pelorn::Wait::Closing closing(wait_);
+        thread();
+      }) {}
 
 ThreadedNode::~ThreadedNode() {
   disable();
@@ -19,8 +23,7 @@ void ThreadedNode::start() {
 }
 
 void ThreadedNode::stop() {
-  if (worker_.stop([this] { wait_.signal(); }))
-    wait_.close();
+  worker_.stop([this] { wait_.signal(); });
 }
 
 } // namespace Vantiflux

@@ -1,5 +1,6 @@
 #include <vantiflux/devices/ByteStreamNode.h>
 
+#include <vantiflux/devices/Allowance.h>
 #include <vantiflux/devices/MessageCutter.h>
 
 namespace Vantiflux {
@@ -13,7 +14,7 @@ void ByteStreamNode::talk(Pelorn::StreamBuf& stream, const std::function<void()>
     Outlet& outlet;
   } const closing{outlet_};
   outlet_.hold();
-  if (sendInitString([&stream](std::string_view piece) { return stream.write(piece); })) {
+  if (introduce(stream)) {
     outlet_.open([&stream](const std::string& message) { return stream.queueWrite(message); });
     ready();
     const MessageCutter cutter(getMaxBytes(), getDelimiter());
@@ -25,8 +26,23 @@ void ByteStreamNode::talk(Pelorn::StreamBuf& stream, const std::function<void()>
   sayGoodbye(stream);
 }
 
+bool ByteStreamNode::introduce(Pelorn::StreamBuf& stream) {
+  int limit = initSendTime;
+  const bool sent = sendInitString([&stream, &limit](std::string_view piece) {
+    if (stream.write(piece, limit))
+      return true;
+    limit = 0; // a device that stands still is not waited for again
+    return stream.queued() > 0;
+  });
+  return sent && !stream.channel().broken();
+}
+
+// One allowance for all that has to go out, or each piece could take its time anew.
 void ByteStreamNode::sayGoodbye(Pelorn::StreamBuf& stream) {
-  sendDeinitString([&stream](std::string_view piece) { return stream.sendFinal(piece, finalSendTime); });
+  Allowance allowance(finalSendTime);
+  sendDeinitString(
+      [&](std::string_view piece) { return allowance.spend([&](int left) { return stream.sendFinal(piece, left); }); });
+  allowance.spend([&](int left) { return stream.finish(left); });
 }
 
 } // namespace Vantiflux

@@ -22,18 +22,6 @@ public:
   void setMaxBytes(int value) { maxBytes_.set(value); }
   int getMaxBytes() const { return maxBytes_.get(); }
 
-protected:
-  using StreamNode::StreamNode;
-
-  /// All that passes on an open stream: sends the init string, calls `ready`, calls `push` with each message until the
-  /// stream ends or is broken, and sends the deinit string. What arrives at "Data in" meanwhile goes out after the init
-  /// string.
-  void talk(Pelorn::StreamBuf& stream, const std::function<void()>& ready,
-            const std::function<void(const std::string& message)>& push);
-
-  /// The last words of `talk`: the pieces of the deinit string.
-  virtual void sayGoodbye(Pelorn::StreamBuf& stream);
-
   /// The last two rows of the tables of fields.
   template <class N>
   static Field delimiterRow() {
@@ -44,7 +32,25 @@ protected:
     return fieldRow<N>("MaxBytes", maxBytesText_, "-1", &ByteStreamNode::setMaxBytes, &ByteStreamNode::getMaxBytes);
   }
 
+protected:
+  using StreamNode::StreamNode;
+
+  /// How long the device may keep the init string waiting before it is heard all the same, in milliseconds.
+  static constexpr int initSendTime = 2000;
+
+  /// All that passes on an open stream: sends the init string, calls `ready`, calls `push` with each message until the
+  /// stream ends or is broken, and sends what is still queued and the deinit string. What arrives at "Data in"
+  /// meanwhile goes out after the init string. Of an init string that the device does not take in time, the rest is
+  /// queued before all else, and goes out as the device takes it.
+  void talk(Pelorn::StreamBuf& stream, const std::function<void()>& ready,
+            const std::function<void(const std::string& message)>& push);
+
+  /// The last words of `talk`: the pieces of the deinit string.
+  virtual void sayGoodbye(Pelorn::StreamBuf& stream);
+
 private:
+  bool introduce(Pelorn::StreamBuf& stream);
+
   static constexpr const char* delimiterText_ = "The ASCII code of the delimiting character that separates messages. "
                                                 "A value of -1 means that there is no delimiting character.";
   static constexpr const char* maxBytesText_ = "The maximum number of bytes a message consists of. "

@@ -2,20 +2,26 @@
 
 #include <iterator>
 
+#include <vantiflux/devices/Allowance.h>
 #include <vantiflux/devices/DeviceText.h>
 #include <vantiflux/platform/pelorn/Exception.h>
 #include <vantiflux/values/SlotTypes.h>
 
 namespace Vantiflux {
 
-const char* const SerialNode::typeName_ = "Serial";
-const char* const SerialNode::author_ = "The Vantiflux developers";
-const char* const SerialNode::shortDescription_ = "Reads from and writes to a serial port.";
-const char* const SerialNode::longDescription_ = "Publishes what arrives at a serial port as messages, cut by a "
-                                                 "delimiter, by length or by pauses, and sends texts to it.";
-
 using N = SerialNode;
-Field SerialNode::fields_[] = {
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "Serial";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Reads from and writes to a serial port.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
+    "Publishes what arrives at a serial port as messages, cut by a "
+    "delimiter, by length or by pauses, and sends texts to it.";
+
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("Device", "A number starting at 0 specifying the serial interface to use.", "0", &N::setDevice,
                 &N::getDevice),
     fieldRow<N>(
@@ -40,14 +46,15 @@ Field SerialNode::fields_[] = {
                 &N::setInitString, &N::getInitString),
     fieldRow<N>("DeinitString", "A deinitialisation string that is send to the serial device to stop operation.", "",
                 &N::setDeinitString, &N::getDeinitString),
-    delimiterRow<N>(),
-    maxBytesRow<N>(),
+    N::delimiterRow<N>(),
+    N::maxBytesRow<N>(),
 };
-NodeType SerialNode::type_(typeName_, &SerialNode::create, author_, shortDescription_, longDescription_, fields_,
-                           std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* SerialNode::create() {
-  return new SerialNode;
+const NodeType* SerialNode::type() const {
+  return &type_;
 }
 
 SerialNode::SerialNode() : ByteStreamNode("Sends data to serial port", "Receives data from the serial port") {}
@@ -116,7 +123,9 @@ void SerialNode::thread() {
 
 void SerialNode::sayGoodbye(Pelorn::StreamBuf& stream) {
   reportEnd();
-  stream.sendFinal(getDeinitString(), finalSendTime);
+  Allowance allowance(finalSendTime);
+  allowance.spend([&](int left) { return stream.sendFinal(getDeinitString(), left); });
+  allowance.spend([&](int left) { return stream.finish(left); }); // before the control lines fall
 }
 
 } // namespace Vantiflux

@@ -3,6 +3,7 @@
 #include <string>
 
 #include <vantiflux/Export.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/Setting.h>
 #include <vantiflux/devices/ByteStreamNode.h>
 #include <vantiflux/platform/pelorn/Serial.h>
@@ -24,17 +25,16 @@ namespace Vantiflux {
 /// init string, whose pauses must not hold up others.
 ///
 /// *Failure.* A port that cannot be opened, or does not know a setting, gives the state Error, with the reason in the
-/// log. When the device goes, the node is Sleeping until it is started again.
-class VANTIFLUX_API SerialNode : public ByteStreamNode {
+/// log; so does one whose data somebody else reads. When the device goes, the node is Sleeping until it is started
+/// again.
+class VANTIFLUX_API SerialNode : public ByteStreamNode, public NodeDescription<SerialNode> {
 public:
   SerialNode();
   ~SerialNode() override;
 
-  const NodeType* type() const override { return &type_; }
+  const NodeType* type() const override;
   void start() override;
   void stop() override;
-
-  static Node* create();
 
   void setDevice(const std::string& device) { device_.set(device); }
   std::string getDevice() const { return device_.get(); }
@@ -61,13 +61,6 @@ private:
   bool openPort();
   void applySettings();
   void closePort();
-
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
 
   Setting<std::string> device_{"0"};
   Setting<int> baudRate_{9600};

@@ -8,22 +8,27 @@
 
 namespace Vantiflux {
 
-const char* const SerialStateNode::typeName_ = "SerialState";
-const char* const SerialStateNode::author_ = "The Vantiflux developers";
-const char* const SerialStateNode::shortDescription_ = "Reads the control lines of a serial port.";
-const char* const SerialStateNode::longDescription_ =
+using N = SerialStateNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "SerialState";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Reads the control lines of a serial port.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
     "Publishes the state of the lines CTS and DSR of a serial port, to which switches may be wired.";
 
-using N = SerialStateNode;
-Field SerialStateNode::fields_[] = {
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("Device", "A number starting at 0 specifying the serial interface to use.", "0", &N::setDevice,
                 &N::getDevice),
 };
-NodeType SerialStateNode::type_(typeName_, &SerialStateNode::create, author_, shortDescription_, longDescription_,
-                                fields_, std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* SerialStateNode::create() {
-  return new SerialStateNode;
+const NodeType* SerialStateNode::type() const {
+  return &type_;
 }
 
 SerialStateNode::SerialStateNode() {
@@ -51,7 +56,7 @@ bool SerialStateNode::openPort() {
   const std::string path = port_.getDevicePath();
   const std::string name = path.empty() ? getDevice() : path;
   try {
-    port_.open();
+    port_.open(Pelorn::Serial::Use::Lines);
   } catch (const Pelorn::Exception& e) {
     addLog(e.what());
     setState(Error, "Cannot open serial port " + name);

@@ -3,7 +3,7 @@
 #include <string>
 
 #include <vantiflux/Export.h>
-#include <vantiflux/core/Field.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/OutSlot.h>
 #include <vantiflux/core/Setting.h>
 #include <vantiflux/core/ThreadedNode.h>
@@ -20,17 +20,17 @@ namespace Vantiflux {
 /// | "CTS" | out       | `bool` | clear to send      |
 /// | "DSR" | out       | `bool` | data set ready     |
 ///
+/// The port's data may belong to another node meanwhile: the settings of the line are left as they are.
+///
 /// Changes are pushed. A switch bounces, so the node looks away from both lines for 500 ms after each change.
 ///
 /// *Failure.* A port that cannot be opened, or has no such lines, gives the state Error.
-class VANTIFLUX_API SerialStateNode : public ThreadedNode {
+class VANTIFLUX_API SerialStateNode : public ThreadedNode, public NodeDescription<SerialStateNode> {
 public:
   SerialStateNode();
   ~SerialStateNode() override;
 
-  const NodeType* type() const override { return &type_; }
-
-  static Node* create();
+  const NodeType* type() const override;
 
   void setDevice(const std::string& device) { device_.set(device); }
   std::string getDevice() const { return device_.get(); }
@@ -44,13 +44,6 @@ private:
   bool openPort();
   void watch();
   bool report(Line line, OutSlot<bool>& slot, const char* trouble);
-
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
 
   OutSlot<bool> ctsSlot_{"cts state of serial port"};
   OutSlot<bool> dsrSlot_{"dsr state of serial port"};

@@ -7,7 +7,10 @@
 namespace Vantiflux {
 
 StreamNode::StreamNode(const char* inDescription, const char* outDescription)
-    : dataIn_(inDescription), dataOut_(outDescription), outlet_(*this), worker_(*this, [this] { thread(); }) {
+    : dataIn_(inDescription), dataOut_(outDescription), outlet_(*this), worker_(*this, [this] {
+        const Pelorn::Wait::Closing closing(wait_);
+        thread();
+      }) {
   attachSlot("Data in", dataIn_);
   attachSlot("Data out", dataOut_);
   publishSlots();
@@ -31,12 +34,10 @@ void StreamNode::startWorker(const std::function<bool()>& prepare) {
 }
 
 void StreamNode::stopWorker(const std::function<void()>& interrupt) {
-  const bool ended = worker_.stop([&] {
+  worker_.stop([&] {
     wait_.signal();
     interrupt();
   });
-  if (ended)
-    wait_.close();
 }
 
 bool StreamNode::sendInitString(const std::function<bool(std::string_view piece)>& send) {

@@ -29,8 +29,9 @@ namespace Vantiflux {
 /// device does not take at once is queued, up to 1 MiB, beyond which messages are dropped, with a line in the log.
 /// Fields may be set at any time and count from the next opening on.
 ///
-/// *Stopping* ends every wait of the worker at once. Only a deinit string takes time: a second at most for a peer that
-/// takes nothing more, and its own pauses, which are left out once they amount to 5 seconds.
+/// *Stopping* ends every wait of the worker at once. Only what is still to go out takes time, with the deinit string: a
+/// second at most altogether if the peer takes nothing more, and the pauses in the string, which are left out once they
+/// amount to 5 seconds.
 ///
 /// A derived class calls `disable` and then ends its worker in its own destructor.
 class VANTIFLUX_API StreamNode : public Node {
@@ -45,7 +46,7 @@ public:
   void newData(BasicInSlot& slot) override;
 
 protected:
-  /// How long the last words may take to go out, and how long they may pause altogether, in milliseconds.
+  /// How long all that is left may take to go out, and how long they may pause altogether, in milliseconds.
   static constexpr int finalSendTime = 1000;
   static constexpr int finalPauseTime = 5000;
 

@@ -9,34 +9,36 @@
 
 namespace Vantiflux {
 
-const char* const TCPClientNode::typeName_ = "TCPClient";
-const char* const TCPClientNode::author_ = "The Vantiflux developers";
-const char* const TCPClientNode::shortDescription_ = "Exchanges data with a TCP server.";
-const char* const TCPClientNode::longDescription_ = "Connects to a TCP server, publishes what it sends as messages, "
-                                                    "cut by a delimiter, by length or by pauses, and sends "
-                                                    "texts to it.";
-
 using N = TCPClientNode;
-Field TCPClientNode::fields_[] = {
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "TCPClient";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Exchanges data with a TCP server.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
+    "Connects to a TCP server, publishes what it sends as messages, cut by a delimiter, by length or by pauses, and "
+    "sends texts to it. Connects again when the connection is lost.";
+
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("Address", "Address of the machine the node connects to. ", "", &N::setAddress, &N::getAddress),
     fieldRow<N>("Port", "Port the node connects to", "0", &N::setPort, &N::getPort),
-    fieldRow<N>("InitString", "A initialization string that is send to the server after opening the connection.", "",
-                &N::setInitString, &N::getInitString),
-    fieldRow<N>("DeinitString", "A deinitialization string that is send to the server before closing the connection.",
-                "", &N::setDeinitString, &N::getDeinitString),
-    delimiterRow<N>(),
-    maxBytesRow<N>(),
+    N::initStringRow<N>("server"),
+    N::deinitStringRow<N>("server"),
+    N::delimiterRow<N>(),
+    N::maxBytesRow<N>(),
 };
-NodeType TCPClientNode::type_(typeName_, &TCPClientNode::create, author_, shortDescription_, longDescription_, fields_,
-                              std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* TCPClientNode::create() {
-  return new TCPClientNode;
+const NodeType* TCPClientNode::type() const {
+  return &type_;
 }
 
 TCPClientNode::TCPClientNode()
-    : ByteStreamNode("Sends data to the server", "Receives data from the server"),
-      bytesOut_("Receives data from the server") {
+    : TCPNode("Sends data to the server", "Receives data from the server"), bytesOut_("Receives data from the server") {
   attachSlot("Data out", bytesOut_);
 }
 
@@ -45,21 +47,13 @@ TCPClientNode::~TCPClientNode() {
   stopWork();
 }
 
-void TCPClientNode::initialize() {
-  Node::initialize();
-  startWorker([this] {
-    socket_.resetWait();
-    return true;
-  });
+bool TCPClientNode::prepare() {
+  socket_.resetWait();
+  return true;
 }
 
-void TCPClientNode::shutdown() {
-  stopWork();
-  Node::shutdown();
-}
-
-void TCPClientNode::stopWork() {
-  stopWorker([this] { socket_.breakWait(); });
+void TCPClientNode::interrupt() {
+  socket_.breakWait();
 }
 
 // A broken wait stands for the order to end, from `stopWork` on until the next run is prepared.
@@ -77,22 +71,21 @@ void TCPClientNode::thread() {
       communicate(server);
       lasted = Clock::now() - begin >= std::chrono::seconds(1);
     }
-    if (!lasted && !waitThread(1000))
+    if (!lasted && !waitThread(retryPause))
       return;
   }
 }
 
 bool TCPClientNode::connect(const std::string& address, unsigned short port) {
   try {
-    socket_.open(address, port);
+    socket_.open(address, port, connectTime);
   } catch (const Pelorn::Exception& e) {
     if (!socket_.broken() && trouble_ != e.what())
       addLog(trouble_ = e.what());
     return false;
   }
   trouble_.clear();
-  socket_.setTcpNoDelay(true);
-  socket_.setKeepAlive(true);
+  configure(socket_);
   return true;
 }
 

@@ -9,15 +9,19 @@
 
 namespace Vantiflux {
 
-const char* const TCPServerNode::typeName_ = "TCPServer";
-const char* const TCPServerNode::author_ = "The Vantiflux developers";
-const char* const TCPServerNode::shortDescription_ = "Exchanges data with a TCP client.";
-const char* const TCPServerNode::longDescription_ = "Waits for a TCP client, publishes what it sends as messages, cut "
-                                                    "by a delimiter, by length or by pauses, and sends "
-                                                    "texts to it.";
-
 using N = TCPServerNode;
-Field TCPServerNode::fields_[] = {
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "TCPServer";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Exchanges data with a TCP client.";
+template <>
+const char* const NodeDescription<N>::longDescription_ = "Waits for a TCP client, publishes what it sends as messages, "
+                                                         "cut by a delimiter, by length or by pauses, and sends "
+                                                         "texts to it. Serves one client at a time.";
+
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("Address",
                 "Address of the network interface the server listens at for clients. When you do not specify this "
                 "parameter, the server listens at the default network interface.",
@@ -26,56 +30,49 @@ Field TCPServerNode::fields_[] = {
                 "Port the server listens at for clients. When you do not specify this parameter, the server "
                 "automatically chooses an available port.",
                 "0", &N::setPort, &N::getPort),
-    fieldRow<N>("InitString", "A initialization string that is send to the client after opening the connection.", "",
-                &N::setInitString, &N::getInitString),
-    fieldRow<N>("DeinitString", "A deinitialization string that is send to the client before closing the connection.",
-                "", &N::setDeinitString, &N::getDeinitString),
-    delimiterRow<N>(),
-    maxBytesRow<N>(),
+    N::initStringRow<N>("client"),
+    N::deinitStringRow<N>("client"),
+    N::delimiterRow<N>(),
+    N::maxBytesRow<N>(),
 };
-NodeType TCPServerNode::type_(typeName_, &TCPServerNode::create, author_, shortDescription_, longDescription_, fields_,
-                              std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* TCPServerNode::create() {
-  return new TCPServerNode;
+const NodeType* TCPServerNode::type() const {
+  return &type_;
 }
 
-TCPServerNode::TCPServerNode() : ByteStreamNode("Sends data to the client", "Receives data from the client") {}
+TCPServerNode::TCPServerNode() : TCPNode("Sends data to the client", "Receives data from the client") {}
 
 TCPServerNode::~TCPServerNode() {
   disable();
   stopWork();
 }
 
-void TCPServerNode::initialize() {
-  Node::initialize();
-  startWorker([this] { return openListener(); });
-}
-
-void TCPServerNode::shutdown() {
-  stopWork();
-  Node::shutdown();
+// Here the lock of structure is held, so only an address that nobody has to be asked for is opened at once.
+bool TCPServerNode::prepare() {
+  listener_.resetWait();
+  return Pelorn::InetAddress::needsLookUp(getAddress()) || openListener();
 }
 
 bool TCPServerNode::openListener() {
-  listener_.resetWait();
   try {
     listener_.open(getAddress(), getPort());
   } catch (const Pelorn::Exception& e) {
-    setState(Error, std::string("Cannot open server - ") + e.what());
+    if (!listener_.broken()) // told to end while it was looking up a name
+      setState(Error, std::string("Cannot open server - ") + e.what());
     return false;
   }
   return true;
 }
 
 // The listener first: the worker looks at it after it has made a client known.
-void TCPServerNode::stopWork() {
-  stopWorker([this] {
-    listener_.breakWait();
-    const Tarsil::MutexLock lock(clientMutex_);
-    if (client_ != nullptr)
-      client_->breakWait();
-  });
+void TCPServerNode::interrupt() {
+  listener_.breakWait();
+  const Tarsil::MutexLock lock(clientMutex_);
+  if (client_ != nullptr)
+    client_->breakWait();
 }
 
 void TCPServerNode::thread() {
@@ -84,7 +81,8 @@ void TCPServerNode::thread() {
     Pelorn::ServerSocket& listener;
   } const closing{listener_};
   try {
-    serveClients();
+    if (listener_.isOpen() || openListener())
+      serveClients();
   } catch (const Pelorn::Exception& e) {
     setState(Error, e.what());
   }
@@ -100,8 +98,7 @@ void TCPServerNode::serveClients() {
 }
 
 void TCPServerNode::serve(std::unique_ptr<Pelorn::Socket> client) {
-  client->setTcpNoDelay(true);
-  client->setKeepAlive(true);
+  configure(*client);
   Pelorn::StreamBuf stream(*client);
   struct Known { // for as long as this function may be interrupted
     Known(TCPServerNode& n, Pelorn::Socket* socket) : node(n) { set(socket); }
@@ -118,7 +115,7 @@ void TCPServerNode::serve(std::unique_ptr<Pelorn::Socket> client) {
       stream,
       [&] {
         const Pelorn::SocketAddress remote = client->getRemoteAddress();
-        setState(Running, "Communicating with client from " + remote.getHostName() + ":" +
+        setState(Running, "Communicating with client from " + client->getRemoteHostName() + ":" +
                               std::to_string(remote.getServicePort()));
       },
       [this](const std::string& message) { dataOut_.push(message); });

@@ -10,14 +10,18 @@
 
 namespace Vantiflux {
 
-const char* const UDPNode::typeName_ = "UDP";
-const char* const UDPNode::author_ = "The Vantiflux developers";
-const char* const UDPNode::shortDescription_ = "Sends and receives UDP datagrams.";
-const char* const UDPNode::longDescription_ =
+using N = UDPNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "UDP";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Sends and receives UDP datagrams.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
     "Publishes each UDP datagram that arrives as a message, and sends each text as a datagram.";
 
-using N = UDPNode;
-Field UDPNode::fields_[] = {
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("RemoteAddress", "Address of the machine the node sends packets to. ", "0.0.0.0", &N::setRemoteAddress,
                 &N::getRemoteAddress),
     fieldRow<N>("RemotePort", "Port the node sends packets to", "0", &N::setRemotePort, &N::getRemotePort),
@@ -29,11 +33,12 @@ Field UDPNode::fields_[] = {
     fieldRow<N>("DeinitString", "A deinitialization string that is send via UDP before closing the connection.", "",
                 &N::setDeinitString, &N::getDeinitString),
 };
-NodeType UDPNode::type_(typeName_, &UDPNode::create, author_, shortDescription_, longDescription_, fields_,
-                        std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* UDPNode::create() {
-  return new UDPNode;
+const NodeType* UDPNode::type() const {
+  return &type_;
 }
 
 UDPNode::UDPNode() : StreamNode("Sends data via UDP", "Receives data via UDP") {}
@@ -103,6 +108,8 @@ void UDPNode::receive() {
     if (socket_.receive(buffer.data(), size))
       dataOut_.push(DeviceText::latin1ToUTF8(std::string_view(buffer).substr(0, static_cast<std::size_t>(size))));
   }
+  if (!socket_.broken())
+    setState(Error, "The socket has failed");
 }
 
 } // namespace Vantiflux

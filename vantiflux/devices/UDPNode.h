@@ -3,7 +3,7 @@
 #include <string>
 
 #include <vantiflux/Export.h>
-#include <vantiflux/core/Field.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/Setting.h>
 #include <vantiflux/devices/StreamNode.h>
 #include <vantiflux/platform/pelorn/UDP.h>
@@ -21,16 +21,14 @@ namespace Vantiflux {
 ///
 /// *Failure.* A socket that cannot be opened gives the state Error, with the reason in the log. What cannot be sent is
 /// dropped, as in Outlet.
-class VANTIFLUX_API UDPNode : public StreamNode {
+class VANTIFLUX_API UDPNode : public StreamNode, public NodeDescription<UDPNode> {
 public:
   UDPNode();
   ~UDPNode() override;
 
-  const NodeType* type() const override { return &type_; }
+  const NodeType* type() const override;
   void start() override;
   void stop() override;
-
-  static Node* create();
 
   void setRemoteAddress(const std::string& address) { remoteAddress_.set(address); }
   std::string getRemoteAddress() const { return remoteAddress_.get(); }
@@ -47,13 +45,6 @@ protected:
 private:
   bool openSocket();
   void receive();
-
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
 
   Setting<std::string> remoteAddress_{"0.0.0.0"};
   Setting<unsigned short> remotePort_;

@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstddef>
-#include <mutex>
+#include <memory>
 #include <string>
 
 #include <vantiflux/Export.h>
-#include <vantiflux/core/Field.h>
 #include <vantiflux/core/Node.h>
-#include <vantiflux/core/NodeType.h>
+#include <vantiflux/core/NodeDescription.h>
+#include <vantiflux/core/NodeWorker.h>
+#include <vantiflux/core/Setting.h>
 
 namespace Vantiflux {
 
@@ -20,13 +21,16 @@ namespace Vantiflux {
 ///
 /// Running once the file is loaded, without a slot in use.
 ///
-/// *Threads.* The file is opened and read by whoever enables the node, with the lock of structure held: a server that
-/// is slow to answer holds up all changes of the tree meanwhile, though not the flow of data.
+/// *Threads.* A file of this host is read and loaded by whoever enables the node, before `enable` returns. A document
+/// of a web server is fetched by a worker, so that a server that is slow to answer holds up nobody: until it has come
+/// the node is Sleeping, with "Loading" as its short info. Disabling the node breaks it off at once. The worker loads
+/// under the root's write lock.
 ///
 /// *Failure.* A URL that cannot be parsed or opened sets the state Error, with the reason in the log, and so does a
-/// file that would end up in itself, or that is more than maxNesting files deep; what the node held stays. What is
-/// wrong in the file leaves through `enable`, as StateKeeperXML::load throws it.
-class VANTIFLUX_API InlineNode : public Node {
+/// file that would end up in itself, that is more than maxNesting files deep, or one too many of those that include
+/// each other, by number (256) or by length (256 MiB); what the node held stays. What is wrong in a file leaves
+/// through `enable`, as StateKeeperXML::load throws it; what is wrong in a web server's document sets the state Error.
+class VANTIFLUX_API InlineNode : public Node, public NodeDescription<InlineNode> {
 public:
   /// How many files may be taken in one inside the other.
   static constexpr std::size_t maxNesting = 16;
@@ -34,31 +38,30 @@ public:
   InlineNode();
   ~InlineNode() override;
 
-  std::string getURL() const;
+  std::string getURL() const { return url_.get(); }
   /// Counts when the node is enabled the next time.
-  void setURL(const std::string& url);
+  void setURL(const std::string& url) { url_.set(url); }
 
   bool saveState() const override { return false; }
-  const NodeType* type() const override { return &type_; }
-
-  static Node* create();
+  const NodeType* type() const override;
 
 protected:
   void initialize() override;
+  void shutdown() override;
 
 private:
-  std::string objection(const std::string& document) const;
+  struct Source;
+  struct Inclusion;
 
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
+  void stopWork();
+  std::string objection(const std::string& identity);
+  void fetch();
+  void take(const Source& source, const std::string& document);
+  void fail(const Source& source, const std::string& text);
 
-  mutable std::mutex urlLock_; ///< innermost; guards the next
-  std::string url_;
-  std::string document_; ///< which one the contents came from; guarded by the lock of structure
+  Setting<std::string> url_;
+  const std::unique_ptr<Inclusion> inclusion_;
+  NodeWorker worker_;
 };
 
 } // namespace Vantiflux

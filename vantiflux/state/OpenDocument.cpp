@@ -28,6 +28,17 @@ bool OpenDocument::isOpen(const std::string& identity) {
   return false;
 }
 
+std::shared_ptr<InclusionTotal> OpenDocument::total() {
+  if (innermost == nullptr)
+    return std::make_shared<InclusionTotal>();
+  const OpenDocument* outermost = innermost;
+  while (outermost->outer_ != nullptr)
+    outermost = outermost->outer_;
+  if (!outermost->total_)
+    outermost->total_ = std::make_shared<InclusionTotal>();
+  return outermost->total_;
+}
+
 std::string OpenDocument::identityOf(const Pelorn::URL& url) {
   if (const auto* const file = dynamic_cast<const Pelorn::URLFile*>(url.get())) {
     std::error_code error;

@@ -131,11 +131,14 @@ void StateKeeperXML::load(Namespace& space, std::istream& stream) {
 }
 
 void StateKeeperXML::load(Namespace& space, const Pelorn::URL& url) {
-  const std::unique_ptr<std::istream> stream = url.open();
+  load(space, *url.open(), url);
+}
+
+void StateKeeperXML::load(Namespace& space, std::istream& stream, const Pelorn::URL& url) {
   const OpenDocument document(url);
   StateKeeperXMLHandler handler(space, url);
   space.clear();
-  load(&handler, *stream);
+  load(&handler, stream);
 }
 
 void StateKeeperXML::load(StateKeeperXMLHandler* handler, std::istream& stream) {

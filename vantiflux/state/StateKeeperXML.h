@@ -47,6 +47,8 @@ public:
   /// The same, with the URL as the base URL of all that is made. The target keeps its own base URL, and stays as it is
   /// when the URL cannot be opened (Pelorn::URLImpl::Exception).
   static void load(Namespace& space, const Pelorn::URL& url);
+  /// The same, for a document that has been opened already.
+  static void load(Namespace& space, std::istream& stream, const Pelorn::URL& url);
   /// The parse itself. The handler must be fresh.
   static void load(StateKeeperXMLHandler* handler, std::istream& stream);
 };

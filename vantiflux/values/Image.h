@@ -73,6 +73,20 @@ public:
   std::uint32_t height() const noexcept { return height_; }
   Format format() const noexcept { return format_; }
 
+  /// Writes the image to result in another format. Few conversions exist, and the format that result has then is not
+  /// always the target: read it from result.
+  ///
+  /// - To RGB24 and Y800 there are direct ways from related formats, and from the format itself.
+  /// - Otherwise a BGR format becomes RGB24 whatever the target, and RGB24 leaves result as it was. A YUV or luminance
+  ///   format becomes Y444, or RGB24 where the target is one of the formats before Y444.
+  /// - Where there is no way, a message goes to standard error and result stays, but for this: when the source belongs
+  ///   to the YUV formats and the target does not, what result holds is taken for Y, U, V and becomes RGB24.
+  ///
+  /// Pixels whose bytes are cut off by the end of the buffer (a width that is no multiple of a format's group) come out
+  /// with luminance 0 and without colour. An image of fewer bytes than pixels (its size wrapped) gives 0 x 0.
+  /// A result whose buffer is large enough is reused; it may be the image itself, at the price of a copy.
+  void convertFormat(Format target, Image& result) const;
+
   /// Equal parameters and equal pixels.
   VANTIFLUX_API friend bool operator==(const Image& a, const Image& b);
 
@@ -86,6 +100,41 @@ public:
 private:
   void clear() noexcept;
   void swap(Image& other) noexcept;
+
+  /// The steps of convertFormat(). Each sets the parameters of its result and fills it.
+  void convert_BGR232_to_RGB24(Image& result) const;
+  void convert_BGR555_to_RGB24(Image& result) const;
+  void convert_BGR565_to_RGB24(Image& result) const;
+  void convert_BGR24_to_RGB24(Image& result) const;
+  void convert_BGR32_to_RGB24(Image& result) const;
+  void convert_RGB24_to_Y800(Image& result) const;
+  void convert_BGR24_to_Y800(Image& result) const;
+  void convert_Y444_to_Y800(Image& result) const;
+  void convert_IYU2_to_Y444(Image& result) const;
+  void convert_Y422_to_Y444(Image& result) const;
+  void convert_Y422_to_Y800(Image& result) const;
+  void convert_Y411_to_Y444(Image& result) const;
+  void convert_Y411_to_Y800(Image& result) const;
+  void convert_Y41P_to_Y444(Image& result) const;
+  void convert_Y800_to_Y444(Image& result) const;
+  void convert_Y1600_to_Y444(Image& result) const;
+  void convert_I420_to_Y444(Image& result) const;
+  void convert_I420_to_Y800(Image& result) const;
+  void convert_YVU9_to_Y444(Image& result) const;
+  void convert_YV12_to_Y444(Image& result) const;
+  void convert_YUY2_to_Y444(Image& result) const;
+
+  void copyTo(Image& result) const;
+
+  struct Way;
+  /// Takes the way that there is from this format, if it is among these.
+  template <std::size_t count>
+  bool convertOneOf(const Way (&ways)[count], Image& result) const;
+  /// The two stages of convertFormat(). The first says whether it applied.
+  bool convertDirectly(Format target, Image& result) const;
+  void convertBySource(Format target, Image& result) const;
+  /// A YUV or luminance format to Y444 and on to RGB24, in one pass. False: there is no such way.
+  bool convertYuvToRgb24(Image& result) const;
 
   GrowingBuffer buffer_;
   std::size_t size_ = 0;

@@ -76,6 +76,13 @@ WaitResult Channel::poll(const Handle& on, short events, short& found, const Dea
   return WaitResult::Data;
 }
 
+bool Channel::pause(const Handle& on, int milliseconds) {
+  pollfd entry{on.stop.descriptor(), POLLIN, 0};
+  return pollUntil(&entry, 1, Deadline(milliseconds)) == 0;
+}
+
+void Channel::finish(const Handle&, const Deadline&) {}
+
 ssize_t Channel::readSome(int fd, char* data, std::size_t size) {
   return ::read(fd, data, size);
 }

@@ -76,6 +76,14 @@ protected:
   WaitResult poll(const Handle& on, short events, short& found, const Deadline& deadline,
                   Kicks kicks = Kicks::Ignore) const;
 
+  /// Waits for nothing but the end of the time, where polling would report the same trouble again at once. False when
+  /// closed or broken before.
+  static bool pause(const Handle& on, int milliseconds);
+
+  /// The last step before a close, also of a broken channel: until the deadline, sees to it that the far end gets what
+  /// was written.
+  virtual void finish(const Handle& on, const Deadline& deadline);
+
   /// One non-blocking transfer, as `read` and `write`.
   virtual ssize_t readSome(int fd, char* data, std::size_t size);
   virtual ssize_t writeSome(int fd, const char* data, std::size_t size);

@@ -20,6 +20,11 @@ public:
     return static_cast<int>(std::clamp<long long>(left, 0, std::numeric_limits<int>::max()));
   }
 
+  /// The one that ends first.
+  static const Deadline& earlier(const Deadline& a, const Deadline& b) {
+    return b.never_ || (!a.never_ && a.end_ <= b.end_) ? a : b;
+  }
+
 private:
   using Clock = std::chrono::steady_clock;
   bool never_;

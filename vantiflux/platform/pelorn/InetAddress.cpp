@@ -11,6 +11,11 @@ InetAddress InetAddress::getByName(const std::string& name, int timeout) {
   return lookUpAddress(name, Deadline(timeout));
 }
 
+bool InetAddress::needsLookUp(const std::string& name) {
+  in_addr native{};
+  return !name.empty() && ::inet_pton(AF_INET, name.c_str(), &native) != 1;
+}
+
 std::string InetAddress::getLocalHostName() {
   char name[256] = "";
   if (::gethostname(name, sizeof name - 1) != 0 || !*name)
@@ -27,10 +32,10 @@ std::string InetAddress::getHostAddress() const {
   return text;
 }
 
-std::string InetAddress::getHostName() const {
+std::string InetAddress::getHostName(const Notifier* stop) const {
   if (!valid_)
     return {};
-  const std::string name = isAny() ? std::string() : lookUpName(*this, Deadline(500));
+  const std::string name = isAny() ? std::string() : lookUpName(*this, stop);
   return name.empty() ? getHostAddress() : name;
 }
 

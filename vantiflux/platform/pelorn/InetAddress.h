@@ -6,6 +6,8 @@
 
 namespace Pelorn {
 
+class Notifier;
+
 /// An IPv4 address, or none (`isValid` is false).
 ///
 /// Look-ups of names go through the system's name service and are bounded in time even where a name server does not
@@ -20,6 +22,8 @@ public:
   /// The address of a dotted number or of a host name; an invalid address when there is none within `timeout`
   /// milliseconds (only names need time).
   static InetAddress getByName(const std::string& name, int timeout = 5000);
+  /// Whether somebody has to be asked for the address behind `name`: it is not empty and no dotted number.
+  static bool needsLookUp(const std::string& name);
   /// 0.0.0.0, every interface of this host.
   static InetAddress any() noexcept { return InetAddress(0); }
   /// 127.0.0.1
@@ -36,8 +40,9 @@ public:
 
   /// The dotted number, empty when invalid.
   std::string getHostAddress() const;
-  /// The host's name, or the dotted number when none is found within half a second. Empty when invalid.
-  std::string getHostName() const;
+  /// The host's name, or the dotted number when none is found within half a second, or before `stop` (if any) is
+  /// signalled. Empty when invalid.
+  std::string getHostName(const Notifier* stop = nullptr) const;
 
   bool operator==(const InetAddress&) const noexcept = default;
 

@@ -1,16 +1,16 @@
 #include <vantiflux/platform/pelorn/Lookup.h>
 
 #include <arpa/inet.h>
-#include <atomic>
+#include <cstdint>
+#include <exception>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <netdb.h>
 #include <poll.h>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vantiflux/platform/pelorn/Deadline.h>
-#include <vantiflux/platform/pelorn/Exception.h>
 #include <vantiflux/platform/pelorn/Notifier.h>
 #include <vantiflux/platform/pelorn/SocketAddress.h>
 
@@ -18,48 +18,82 @@ namespace Pelorn {
 
 namespace {
 
-constexpr int maxLookups = 16;
-std::atomic<int> running{0};
+/// Look-ups of one kind that are under way, each on a thread of its own. Never destroyed: such a thread may outlast the
+/// statics of the process.
+template <class Key, class Result>
+class Lookups {
+public:
+  using Work = Result (*)(const Key&);
 
-/// A result on its way from the look-up's thread to him who waits; whichever of the two lets go last deletes it.
-template <class Result>
-struct Job {
-  Notifier done;
-  std::mutex mutex; // guards result
-  Result result;
+  /// `patience` is how long a look-up is waited for altogether, whoever asks, in milliseconds; negative: no limit.
+  Lookups(Work work, int patience) : work_(work), patience_(patience) {}
+
+  /// The result, or a default one when it does not come.
+  Result find(const Key& key, const Deadline& deadline, const Notifier* stop) {
+    std::shared_ptr<Job> job;
+    try {
+      job = join(key);
+    } catch (const std::exception&) { // no memory, thread or descriptor to be had
+    }
+    if (!job)
+      return {};
+    pollfd entries[] = {{job->done.descriptor(), POLLIN, 0}, {stop ? stop->descriptor() : -1, POLLIN, 0}};
+    pollUntil(entries, 2, Deadline::earlier(deadline, job->patience));
+    const std::lock_guard lock(job->mutex);
+    return job->result;
+  }
+
+private:
+  /// What the look-up's thread shares with those who wait; whoever lets go last deletes it.
+  struct Job {
+    explicit Job(int milliseconds) : patience(milliseconds) {}
+    Notifier done;
+    const Deadline patience;
+    std::mutex mutex; // guards result
+    Result result;
+  };
+
+  /// The look-up that is under way, or a new one; null if there are too many.
+  std::shared_ptr<Job> join(const Key& key) {
+    const std::lock_guard lock(mutex_);
+    if (const auto found = running_.find(key); found != running_.end())
+      return found->second;
+    if (running_.size() >= maxRunning)
+      return nullptr;
+    auto job = std::make_shared<Job>(patience_);
+    const auto entry = running_.emplace(key, job).first;
+    try {
+      std::thread([this, job, entry] { run(*job, entry); }).detach();
+    } catch (...) {
+      running_.erase(entry);
+      throw;
+    }
+    return job;
+  }
+
+  using Running = std::map<Key, std::shared_ptr<Job>>;
+
+  void run(Job& job, typename Running::iterator entry) noexcept {
+    try {
+      Result found = work_(entry->first);
+      const std::lock_guard lock(job.mutex);
+      job.result = std::move(found);
+    } catch (...) { // no memory: as if there were no result
+    }
+    {
+      const std::lock_guard lock(mutex_);
+      running_.erase(entry);
+    }
+    job.done.signal();
+  }
+
+  static constexpr std::size_t maxRunning = 16;
+
+  const Work work_;
+  const int patience_;
+  std::mutex mutex_; // guards running_
+  Running running_;
 };
-
-/// Runs `work` on a thread of its own and waits for its result; a default result when it does not come.
-template <class Result, class Work>
-Result inBackground(Work work, const Deadline& deadline, const Notifier* stop) try {
-  if (running.fetch_add(1) >= maxLookups) {
-    --running;
-    return {};
-  }
-  auto job = std::make_shared<Job<Result>>();
-  try {
-    std::thread([job, work = std::move(work)] {
-      Result found = work();
-      {
-        const std::lock_guard lock(job->mutex);
-        job->result = std::move(found);
-      }
-      job->done.signal();
-      --running;
-    }).detach();
-  } catch (...) {
-    --running;
-    throw;
-  }
-  pollfd entries[] = {{job->done.descriptor(), POLLIN, 0}, {stop ? stop->descriptor() : -1, POLLIN, 0}};
-  pollUntil(entries, 2, deadline);
-  const std::lock_guard lock(job->mutex);
-  return std::move(job->result);
-} catch (const IOException&) {
-  return {};
-} catch (const std::system_error&) { // no thread to be had
-  return {};
-}
 
 InetAddress resolve(const std::string& name) {
   addrinfo hints{};
@@ -74,8 +108,8 @@ InetAddress resolve(const std::string& name) {
   return SocketAddress(*reinterpret_cast<const sockaddr_in*>(list->ai_addr)).getAddress();
 }
 
-std::string reverse(const InetAddress& address) {
-  const sockaddr_in native = SocketAddress(address, 0).native();
+std::string reverse(const std::uint32_t& address) {
+  const sockaddr_in native = SocketAddress(InetAddress(address), 0).native();
   char name[NI_MAXHOST] = "";
   if (::getnameinfo(reinterpret_cast<const sockaddr*>(&native), sizeof native, name, sizeof name, nullptr, 0,
                     NI_NAMEREQD) != 0)
@@ -94,11 +128,13 @@ InetAddress lookUpAddress(const std::string& name, const Deadline& deadline, con
   // The system would make something of an incomplete number.
   if (name.find_first_not_of("0123456789.") == std::string::npos)
     return {};
-  return inBackground<InetAddress>([name] { return resolve(name); }, deadline, stop);
+  static auto& lookups = *new Lookups<std::string, InetAddress>(resolve, -1);
+  return lookups.find(name, deadline, stop);
 }
 
-std::string lookUpName(const InetAddress& address, const Deadline& deadline) {
-  return inBackground<std::string>([address] { return reverse(address); }, deadline, nullptr);
+std::string lookUpName(const InetAddress& address, const Notifier* stop) {
+  static auto& lookups = *new Lookups<std::uint32_t, std::string>(reverse, 500);
+  return lookups.find(address.getAddress(), Deadline(-1), stop);
 }
 
 } // namespace Pelorn

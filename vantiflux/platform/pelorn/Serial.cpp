@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <string_view>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <utility>
@@ -69,7 +70,7 @@ Serial::~Serial() {
   Serial::close();
 }
 
-void Serial::open() {
+void Serial::open(Use use) {
   close();
   const std::lock_guard lock(settingsMutex_);
   const std::string path = devicePath(device_);
@@ -79,21 +80,34 @@ void Serial::open() {
   Descriptor fd(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
   if (!fd)
     throw IOException(what, errno);
-  auto found = std::make_unique<termios>();
-  if (::tcgetattr(fd.get(), found.get()) != 0)
+  if (::isatty(fd.get()) == 0)
     throw IOException(what, errno);
-  if (broken())
-    throw IOException(what, ECANCELED);
-  // Not all terminals know exclusive use; one that another process has taken so does not even open.
-  ::ioctl(fd.get(), TIOCEXCL);
-  const int raw = fd.get();
-  if (!apply(raw, settings_)) {
+  const auto port = adopt(std::move(fd), what);
+  if (use == Use::Lines)
+    return;
+  try {
+    saved_ = occupy(port->fd(), settings_, what);
+  } catch (...) {
+    if (handle() == port)
+      Channel::close();
+    throw;
+  }
+}
+
+/// Takes the data of the port for this descriptor, and returns the settings found. A lock of the file, and not the
+/// terminal's own exclusive mode: that would shut out those who look at the lines, and outlast a failure.
+std::unique_ptr<termios> Serial::occupy(int fd, const Settings& settings, const std::string& what) {
+  if (::flock(fd, LOCK_EX | LOCK_NB) != 0)
+    throw IOException(what, errno == EWOULDBLOCK ? EBUSY : errno);
+  auto found = std::make_unique<termios>();
+  if (::tcgetattr(fd, found.get()) != 0)
+    throw IOException(what, errno);
+  if (!apply(fd, settings)) {
     const int error = errno;
-    ::tcsetattr(raw, TCSANOW, found.get());
+    ::tcsetattr(fd, TCSANOW, found.get());
     throw IOException(what, error);
   }
-  adopt(std::move(fd), what);
-  saved_ = std::move(found);
+  return found;
 }
 
 void Serial::close() {
@@ -107,8 +121,12 @@ void Serial::close() {
   if (!sendOut(port->fd(), Deadline(500)))
     ::tcflush(port->fd(), TCOFLUSH);
   ::tcsetattr(port->fd(), TCSANOW, saved_.get());
-  ::ioctl(port->fd(), TIOCNXCL);
+  ::flock(port->fd(), LOCK_UN); // a reader on its way out may keep the descriptor open for a moment
   saved_.reset();
+}
+
+void Serial::finish(const Handle& on, const Deadline& deadline) {
+  sendOut(on.fd(), deadline);
 }
 
 void Serial::setDevice(const std::string& device) {
@@ -131,7 +149,7 @@ bool Serial::change(Change&& change) {
   Settings changed = settings_;
   change(changed);
   const auto port = handle();
-  if (port && !apply(port->fd(), changed))
+  if (port && saved_ && !apply(port->fd(), changed))
     return false;
   settings_ = changed;
   return true;

@@ -10,11 +10,12 @@ struct termios;
 
 namespace Pelorn {
 
-/// A serial port in raw mode.
+/// A serial port in raw mode, or a look at its control lines.
 ///
 /// The device is a decimal number N for /dev/ttySN, or the path of any terminal device (an adapter such as
-/// /dev/ttyUSB0, a pseudo-terminal). While open the port is exclusive to this process where the system grants it;
-/// `close` puts the line settings back that it found.
+/// /dev/ttyUSB0, a pseudo-terminal). One at a time has a port open for its data, in this and all processes that keep to
+/// it: whoever comes second gets the cause EBUSY. Any number may look at the lines beside it; they touch no setting.
+/// `close` puts the line settings back that opening for data found.
 ///
 /// Threads: all operations from any thread. Setters take effect at once on an open port and otherwise when it is
 /// opened. `close` may take up to half a second, while the line sends what was written; what a stalled line holds is
@@ -37,14 +38,15 @@ public:
   };
   enum class Parity { None, Even, Odd };
   enum class Handshake { None, Hardware, Software };
+  enum class Use { Data, Lines };
 
   /// Device "0", 9600 baud, 8 data bits, no parity, 1 stop bit, no handshake.
   Serial();
   ~Serial() override;
 
-  /// Closes an open port, opens the device and applies the settings. Throws `IOException`, or `Exception` when the
-  /// device is not named in one of the two ways. Never waits for a carrier.
-  void open();
+  /// Closes an open port, opens the device and applies the settings if it is for data. Throws `IOException`, or
+  /// `Exception` when the device is not named in one of the two ways. Never waits for a carrier.
+  void open(Use use = Use::Data);
   void close() override;
 
   void setDevice(const std::string& device);
@@ -83,6 +85,10 @@ public:
   static bool toBaudRate(int bitsPerSecond, BaudRate& rate) noexcept;
   static int toBitsPerSecond(BaudRate rate) noexcept;
 
+protected:
+  /// Waits until the line has sent what was written.
+  void finish(const Handle& on, const Deadline& deadline) override;
+
 private:
   struct Settings {
     BaudRate rate = Baud9600;
@@ -96,13 +102,14 @@ private:
   bool change(Change&& change);
   Settings settings() const;
   static bool apply(int fd, const Settings& settings);
+  static std::unique_ptr<termios> occupy(int fd, const Settings& settings, const std::string& what);
   bool setLine(int line, bool on);
   bool getLine(int line, bool& on) const;
 
   mutable std::mutex settingsMutex_; // guards the members below; the channel's own mutex is taken inside it
   std::string device_ = "0";
   Settings settings_;
-  std::unique_ptr<termios> saved_; // line settings found at open, null when closed
+  std::unique_ptr<termios> saved_; // line settings found at open; null when not open for data
 };
 
 } // namespace Pelorn

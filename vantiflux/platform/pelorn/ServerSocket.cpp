@@ -7,6 +7,7 @@
 #include <utility>
 #include <vantiflux/platform/pelorn/Deadline.h>
 #include <vantiflux/platform/pelorn/Exception.h>
+#include <vantiflux/platform/pelorn/Lookup.h>
 
 namespace Pelorn {
 
@@ -46,20 +47,30 @@ ServerSocket::~ServerSocket() = default;
 void ServerSocket::open(const std::string& address, std::uint16_t port, int backlog) {
   close();
   const std::string what = "Cannot listen on " + address + ":" + std::to_string(port);
-  const InetAddress interface = address.empty() ? InetAddress::any() : InetAddress::getByName(address);
-  if (!interface.isValid())
-    throw IOException(what + ": unknown host", EADDRNOTAVAIL);
   Descriptor fd(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   if (!fd)
     throw IOException(what, errno);
   // A server that starts again shall not wait for the connections of its last run to fade.
   const int on = 1;
   ::setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  const sockaddr_in native = SocketAddress(interface, port).native();
-  if (::bind(fd.get(), reinterpret_cast<const sockaddr*>(&native), sizeof native) != 0 ||
-      ::listen(fd.get(), backlog) != 0)
-    throw IOException(what, errno);
-  adopt(std::move(fd), what);
+  // From here on the look-up can be broken or closed.
+  const auto attempt = adopt(std::move(fd), what);
+  try {
+    const InetAddress interface =
+        address.empty() ? InetAddress::any() : lookUpAddress(address, Deadline(lookUpTime), &attempt->stop);
+    if (broken() || handle() != attempt)
+      throw IOException(what, ECANCELED);
+    if (!interface.isValid())
+      throw IOException(what + ": unknown host", EADDRNOTAVAIL);
+    const sockaddr_in native = SocketAddress(interface, port).native();
+    if (::bind(attempt->fd(), reinterpret_cast<const sockaddr*>(&native), sizeof native) != 0 ||
+        ::listen(attempt->fd(), backlog) != 0)
+      throw IOException(what, errno);
+  } catch (...) {
+    if (handle() == attempt)
+      close();
+    throw;
+  }
 }
 
 std::unique_ptr<Socket> ServerSocket::accept() {
@@ -80,7 +91,7 @@ std::unique_ptr<Socket> ServerSocket::accept() {
     }
     if (isShortage(error)) {
       // The client stays in the listener's queue, so polling for it would not wait.
-      if (poll(*listener, 0, found, Deadline(100)) == WaitResult::Error)
+      if (!pause(*listener, 100))
         break;
     } else if (!passes(error)) {
       throw IOException("Cannot accept a client", error);

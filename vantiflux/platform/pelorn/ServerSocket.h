@@ -19,7 +19,8 @@ public:
   ~ServerSocket() override;
 
   /// Listens on the interface with this address; an empty address means every interface, port 0 a free one that the
-  /// system chooses. Throws `IOException`.
+  /// system chooses. A host name is looked up, for 10 seconds at most, which breaking and closing end. Throws
+  /// `IOException`.
   void open(const std::string& address, std::uint16_t port, int backlog = 16);
 
   /// Waits for a client and takes it; null when broken or closed. A client that gives up early, or a system that has no

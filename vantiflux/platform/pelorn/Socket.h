@@ -17,12 +17,15 @@ public:
   ~Socket() override;
 
   /// Closes an earlier connection and connects. Blocks until connected, failed, broken, closed, or `timeout`
-  /// milliseconds are over (negative: the system's own limit, some two minutes). Throws `IOException` with the cause.
+  /// milliseconds are over (negative: the system's own limit, some two minutes); before that, a host name is looked up,
+  /// for 10 seconds at most. A port that nobody listens on refuses, also where the system would connect the socket to
+  /// itself. Throws `IOException` with the cause.
   void open(const std::string& address, std::uint16_t port, int timeout = -1);
 
   /// True: small writes go out at once, without waiting for acknowledgements. False on failure.
   bool setTcpNoDelay(bool on);
-  /// True: the system probes an idle peer, so that one that vanished is noticed in the end. False on failure.
+  /// True: a connection whose peer has vanished, or takes nothing of what waits for it, fails after 30 seconds. The
+  /// system probes an idle peer for that. False on failure.
   bool setKeepAlive(bool on);
   /// Tells the peer that no more will be sent. False on failure.
   bool shutdownOutput();
@@ -30,16 +33,21 @@ public:
   /// The ends of the connection, invalid when there is none.
   SocketAddress getLocalAddress() const;
   SocketAddress getRemoteAddress() const;
+  /// The peer's name, or its dotted number when there is none within half a second, or before the wait is broken.
+  std::string getRemoteHostName() const;
 
 protected:
   ssize_t readSome(int fd, char* data, std::size_t size) override;
   ssize_t writeSome(int fd, const char* data, std::size_t size) override;
+  /// Tells the peer that no more will be sent, and waits until its system has everything. What arrives meanwhile is
+  /// dropped: unread, it would make the close a reset, which may cost the peer what it has not read yet.
+  void finish(const Handle& on, const Deadline& deadline) override;
 
 private:
   friend class ServerSocket;
   explicit Socket(Descriptor accepted);
   void connect(const Handle& attempt, const SocketAddress& to, const std::string& what, const Deadline& deadline);
-  bool setOption(int level, int option, bool on);
+  bool setOption(int level, int option, int value);
 };
 
 } // namespace Pelorn

@@ -111,6 +111,13 @@ bool StreamBuf::sendFinal(std::string_view text, int timeout) {
   return writeAll(text, Deadline(std::max(timeout, 0)), OnBreak::GoOn);
 }
 
+void StreamBuf::finish(int timeout) {
+  const Deadline deadline(std::max(timeout, 0));
+  writeAll({}, deadline, OnBreak::GoOn);
+  if (const auto handle = channel_.handle())
+    channel_.finish(*handle, deadline);
+}
+
 bool StreamBuf::queueWrite(std::string_view text) {
   const auto handle = channel_.handle();
   if (!handle || channel_.broken())

@@ -64,6 +64,10 @@ public:
   /// negative.
   bool sendFinal(std::string_view text, int timeout);
 
+  /// For the end of a conversation, before `close`: sends what is queued, and waits until the far end's system has it
+  /// all, as far as that can be told. Goes through although the wait is broken; `timeout` as of `sendFinal`.
+  void finish(int timeout);
+
   std::size_t queued() const noexcept { return queued_.load(std::memory_order_relaxed); }
   /// Bytes that `queueWrite` may leave waiting.
   void setQueueLimit(std::size_t bytes);

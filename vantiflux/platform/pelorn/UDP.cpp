@@ -16,12 +16,14 @@ namespace Pelorn {
 
 namespace {
 
+constexpr int failurePause = 100; // milliseconds
+
 in_addr nativeAddress(const InetAddress& address) {
   return SocketAddress(address, 0).native().sin_addr;
 }
 
 InetAddress lookUp(const std::string& name, const std::string& what, const Notifier& stop) {
-  const InetAddress address = name.empty() ? InetAddress::any() : lookUpAddress(name, Deadline(5000), &stop);
+  const InetAddress address = name.empty() ? InetAddress::any() : lookUpAddress(name, Deadline(lookUpTime), &stop);
   if (!address.isValid())
     throw IOException(what + ": unknown host " + name, EADDRNOTAVAIL);
   return address;
@@ -89,7 +91,7 @@ WaitResult UDP::waitForData(int timeout) {
   const Deadline deadline(timeout);
   for (;;) {
     const auto socket = handle();
-    if (!socket || broken())
+    if (!socket || broken() || !recovered(*socket, deadline))
       return WaitResult::Error;
     short found = 0;
     const WaitResult result = poll(*socket, POLLIN, found, deadline);
@@ -97,13 +99,21 @@ WaitResult UDP::waitForData(int timeout) {
       return result;
     if ((found & POLLNVAL) != 0)
       return WaitResult::Error;
-    // A pending error of an earlier datagram: taking it clears it.
+    // A pending error, of an earlier datagram or of the interface: taking it clears it. If somebody who sends has taken
+    // it meanwhile, there is none left. Neither ends the waiting, nor may it turn into a busy loop.
     int error = 0;
     socklen_t size = sizeof error;
     ::getsockopt(socket->fd(), SOL_SOCKET, SO_ERROR, &error, &size);
-    if (error == 0)
-      return WaitResult::Error;
+    ailing_ = true;
   }
+}
+
+/// After a failure, waits a little before the next attempt.
+bool UDP::recovered(const Handle& on, const Deadline& deadline) {
+  if (!std::exchange(ailing_, false))
+    return true;
+  const int left = deadline.remaining();
+  return pause(on, left < 0 ? failurePause : std::min(left, failurePause));
 }
 
 bool UDP::dataAvail(int& count) const {
@@ -131,8 +141,12 @@ bool UDP::receive(void* buffer, int& size, SocketAddress& from) {
       from = SocketAddress(sender);
       return true;
     }
-    if (errno != EINTR && errno != ECONNREFUSED)
+    if (errno == EAGAIN)
       return false;
+    if (errno != EINTR && errno != ECONNREFUSED) {
+      ailing_ = true;
+      return false;
+    }
   }
   return false;
 }

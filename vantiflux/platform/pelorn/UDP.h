@@ -10,7 +10,8 @@
 namespace Pelorn {
 
 /// A UDP socket. It receives from every sender and sends to one remote address or to a stated one. That a peer's port
-/// is closed is no failure here: later datagrams go out and come in as before.
+/// is closed is no failure here: later datagrams go out and come in as before. Where the system cannot receive for some
+/// other reason, `receive` gives nothing, and the next wait looks again after a tenth of a second.
 ///
 /// Threads: all operations from any thread; receiving from one.
 class VANTIFLUX_API UDP : public Channel {
@@ -23,7 +24,7 @@ public:
 
   /// Closes an earlier socket and binds a new one; an empty address means every interface, port 0 a free one. A remote
   /// address of "", or "0.0.0.0", or a remote port 0 leaves the socket without a destination. Host names are looked up,
-  /// for 5 seconds each at most, which breaking and closing end. Throws `IOException`.
+  /// for 10 seconds each at most, which breaking and closing end. Throws `IOException`.
   void open(const std::string& localAddress, std::uint16_t localPort, const std::string& remoteAddress = std::string(),
             std::uint16_t remotePort = 0);
 
@@ -67,12 +68,14 @@ private:
   void bind(const Handle& on, const SocketAddress& local, const std::string& what) const;
   void setBound(bool bound, const SocketAddress& remote);
   bool isBound() const;
+  bool recovered(const Handle& on, const Deadline& deadline);
   bool membership(int option, const InetAddress& group, const InetAddress& interface);
 
   mutable std::mutex mutex_; // guards the members below
   bool bound_ = false;       // nothing may be sent before that: the system would choose a port
   SocketAddress remote_;
   bool reuse_ = false;
+  bool ailing_ = false; // the last attempt to receive failed; the receiving thread's, not guarded
 };
 
 } // namespace Pelorn

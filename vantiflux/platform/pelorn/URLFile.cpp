@@ -1,11 +1,11 @@
 #include <vantiflux/platform/pelorn/URLFile.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <curl/curl.h>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -42,20 +42,24 @@ std::string percentCoded(const std::string& path) {
   return result;
 }
 
-/// Throws unless the path is that of a regular file of tolerable size that can be read.
-void check(const std::string& path) {
-  const auto fail = [&](const std::string& why) { throw URLImpl::Exception("Cannot open " + path + ": " + why); };
+[[noreturn]] void fail(const std::string& path, const std::string& why) {
+  throw URLImpl::Exception("Cannot open " + path + ": " + why);
+}
+
+/// Opens a regular file of tolerable size. The path is followed once: what stands there may change at any moment.
+Descriptor openRegular(const std::string& path) {
   // Without blocking, or a pipe with no writer would hold the caller up.
-  const Descriptor fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  Descriptor fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   struct stat status {};
   if (!fd || ::fstat(fd.get(), &status) != 0)
-    fail(errorText(errno));
+    fail(path, errorText(errno));
   if (S_ISDIR(status.st_mode))
-    fail(errorText(EISDIR));
+    fail(path, errorText(EISDIR));
   if (!S_ISREG(status.st_mode))
-    fail("not a regular file");
+    fail(path, "not a regular file");
   if (static_cast<unsigned long long>(status.st_size) > URLImpl::maxDocument)
-    fail(errorText(EFBIG));
+    fail(path, errorText(EFBIG));
+  return fd;
 }
 
 } // namespace
@@ -85,13 +89,25 @@ std::string URLFile::toString() const {
   return "file://" + percentCoded(absolutePath());
 }
 
-std::unique_ptr<std::istream> URLFile::open() const {
+std::string URLFile::read(const Notifier*) const {
   const std::string path = absolutePath();
-  check(path);
-  auto stream = std::make_unique<std::ifstream>(path, std::ios::binary);
-  if (!*stream)
-    throw Exception("Cannot open " + path);
-  return stream;
+  const Descriptor fd = openRegular(path);
+  std::string document;
+  std::size_t size = 0;
+  for (;;) {
+    if (size == document.size())
+      document.resize(std::min(std::max<std::size_t>(2 * size, 65536), maxDocument + 1));
+    const ssize_t got = ::read(fd.get(), document.data() + size, document.size() - size);
+    if (got < 0 && errno != EINTR)
+      fail(path, errorText(errno));
+    if (got == 0)
+      break;
+    size += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+    if (size > maxDocument) // it has grown meanwhile
+      fail(path, errorText(EFBIG));
+  }
+  document.resize(size);
+  return document;
 }
 
 std::shared_ptr<const URLImpl> URLFile::resolve(const std::string& reference) const {

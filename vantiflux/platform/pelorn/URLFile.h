@@ -1,6 +1,5 @@
 #pragma once
 
-#include <istream>
 #include <memory>
 #include <string>
 #include <vantiflux/Export.h>
@@ -9,7 +8,7 @@
 
 namespace Pelorn {
 
-/// A file of this host, by its path. Only regular files can be opened, so that opening and reading do not block.
+/// A file of this host, by its path. Only regular files can be read, so that nothing blocks.
 class VANTIFLUX_API URLFile : public URLImpl {
 public:
   /// The working directory, whichever that is at the moment of use. As a directory it cannot be opened itself.
@@ -25,7 +24,7 @@ public:
   const std::string& path() const noexcept { return path_; }
 
   std::string toString() const override;
-  std::unique_ptr<std::istream> open() const override;
+  std::string read(const Notifier* stop = nullptr) const override;
   std::shared_ptr<const URLImpl> resolve(const std::string& reference) const override;
 
 private:

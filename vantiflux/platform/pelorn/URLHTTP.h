@@ -1,13 +1,12 @@
 #pragma once
 
-#include <istream>
 #include <memory>
 #include <string>
 #include <vantiflux/platform/pelorn/URLImpl.h>
 
 namespace Pelorn {
 
-/// A document of a web server. `open` loads it whole and blocks meanwhile: 10 seconds at most to connect, 60 in all. It
+/// A document of a web server. Reading it takes 10 seconds at most to connect, 60 in all. It
 /// follows up to five redirections, to http and https only. A status of 400 or above is a failure.
 class URLHTTP : public URLImpl {
 public:
@@ -17,7 +16,9 @@ public:
   static std::shared_ptr<const URLHTTP> parse(const std::string& url);
 
   std::string toString() const override { return url_; }
-  std::unique_ptr<std::istream> open() const override;
+  std::string label() const override;
+  std::string read(const Notifier* stop = nullptr) const override;
+  bool mayBlock() const noexcept override { return true; }
   std::shared_ptr<const URLImpl> resolve(const std::string& reference) const override;
 
 private:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <sstream>
 #include <vantiflux/platform/pelorn/URL.h>
 #include <vantiflux/platform/pelorn/URLFile.h>
 #include <vantiflux/platform/pelorn/URLHTTP.h>
@@ -31,6 +32,10 @@ URLImpl::Exception::~Exception() = default;
 
 URLImpl::URLImpl() = default;
 URLImpl::~URLImpl() = default;
+
+std::unique_ptr<std::istream> URLImpl::open() const {
+  return std::make_unique<std::istringstream>(read(), std::ios::in | std::ios::binary);
+}
 
 std::shared_ptr<const URLImpl> URLImpl::create(const std::string& text, const URL& base) {
   if (text.empty() || text.find('\0') != std::string::npos)

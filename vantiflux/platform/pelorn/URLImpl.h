@@ -9,6 +9,7 @@
 
 namespace Pelorn {
 
+class Notifier;
 class URL;
 
 /// What stands behind a `URL`: one kind of place. The kinds are `file`, `http` and `https`. Immutable.
@@ -38,8 +39,15 @@ public:
 
   /// The absolute form, special characters percent-coded.
   virtual std::string toString() const = 0;
-  /// The whole document from the beginning. Throws `Exception`. May block as the kind states.
-  virtual std::unique_ptr<std::istream> open() const = 0;
+  /// The same for messages: without user name and password.
+  virtual std::string label() const { return toString(); }
+  /// The whole document. Throws `Exception`. May block as the kind states, and then only until `stop` (if any) is
+  /// signalled.
+  virtual std::string read(const Notifier* stop = nullptr) const = 0;
+  /// The same as a stream, from the beginning.
+  std::unique_ptr<std::istream> open() const;
+  /// Whether `read` waits for somebody who may not answer.
+  virtual bool mayBlock() const noexcept { return false; }
   /// A reference without a kind of its own, relative to this place; null when malformed.
   virtual std::shared_ptr<const URLImpl> resolve(const std::string& reference) const = 0;
 

@@ -17,6 +17,18 @@ public:
   Wait();
   /// Closes. No thread may still be inside an operation.
   ~Wait();
+  /// Closes the channel at the end of a scope: for the worker, which is the last to need it.
+  class Closing {
+  public:
+    explicit Closing(Wait& wait) : wait_(wait) {}
+    ~Closing() { wait_.close(); }
+    Closing(const Closing&) = delete;
+    Closing& operator=(const Closing&) = delete;
+
+  private:
+    Wait& wait_;
+  };
+
   Wait(const Wait&) = delete;
   Wait& operator=(const Wait&) = delete;
 

@@ -163,8 +163,8 @@ bool WaitGraph::join(ThreadRun& run, ThreadId self) {
 // A wait that closes rings is the moment at which they are parted; no ring comes into being otherwise.
 void WaitGraph::breakRings(Waiter& waiter) {
   for (;;) {
-    Ring ring;
-    if (waiter.state != Waiter::State::Asleep || !findRing(waiter, waiter.thread, ring) || !resolve(ring))
+    ring_.clear();
+    if (waiter.state != Waiter::State::Asleep || !findRing(waiter, waiter.thread, ring_) || !resolve(ring_))
       return;
   }
 }

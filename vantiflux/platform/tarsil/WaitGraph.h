@@ -79,6 +79,7 @@ private:
 
   std::mutex lock_;              ///< guards everything below, every Waiter and every Mutex::lease_
   std::vector<Waiter*> waiters_; ///< in the order of their arrival
+  Ring ring_;                    ///< for breakRings, which is not to ask for memory each time
 };
 
 } // namespace Tarsil
