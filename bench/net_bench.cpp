@@ -1,5 +1,5 @@
-// What it costs to use a slot of another process, beside bare sockets and ZeroMQ. Each measurement runs in two processes
-// of its own on the loopback interface, one that pushes and one that listens.
+// What it costs to use a slot of another process, beside bare sockets and ZeroMQ. Each measurement runs in two
+// processes of its own on the loopback interface, one that pushes and one that listens.
 //
 //     net_bench [latency|rate|frames|idle]... [--quick]
 #include <algorithm>
@@ -277,8 +277,8 @@ void latency(bool quick) {
   std::printf("Latency of a 64-byte value at 1,000 a second, in microseconds\n");
   double medians[3];
   int i = 0;
-  for (const auto& [name, measure] : {std::pair{"bare socket", &socketLatency}, std::pair{"slot", &slotLatency},
-                                      std::pair{"ZeroMQ", &zmqLatency}}) {
+  for (const auto& [name, measure] :
+       {std::pair{"bare socket", &socketLatency}, std::pair{"slot", &slotLatency}, std::pair{"ZeroMQ", &zmqLatency}}) {
     Shared* const result = measure(count);
     medians[i++] = percentile(result, count, 0.5);
     std::printf("  %-12s median %8.1f   99th percentile %8.1f\n", name, percentile(result, count, 0.5),
@@ -348,11 +348,12 @@ void rate(std::size_t slots, long count) {
         waitUntil([&] { return shared.over.load(); });
         shared.sinkTime = processorTime() - before;
       });
-  std::printf("  %3zu slot%s %10.0f values a second, %ld out of order; %.2f us of processor time a value in the source, "
-              "%.2f in the sink\n",
-              slots, slots == 1 ? ": " : "s:", static_cast<double>(count) / result->seconds, result->wrong.load(),
-              static_cast<double>(result->sourceTime) / static_cast<double>(count),
-              static_cast<double>(result->sinkTime) / static_cast<double>(count));
+  std::printf(
+      "  %3zu slot%s %10.0f values a second, %ld out of order; %.2f us of processor time a value in the source, "
+      "%.2f in the sink\n",
+      slots, slots == 1 ? ": " : "s:", static_cast<double>(count) / result->seconds, result->wrong.load(),
+      static_cast<double>(result->sourceTime) / static_cast<double>(count),
+      static_cast<double>(result->sinkTime) / static_cast<double>(count));
 }
 
 // Frames of video.
@@ -435,9 +436,10 @@ void frames(bool quick) {
   const double bytes = static_cast<double>(count) * static_cast<double>(frameSize) / 1e9;
   const double bare = socketFrames(count);
   const double slot = slotFrames(count);
-  std::printf("1080p RGB24 frames, in gigabytes a second\n  bare socket %.2f   slot %.2f   ratio of the times %.2f (goal "
-              "1.2)\n",
-              bytes / bare, bytes / slot, slot / bare);
+  std::printf(
+      "1080p RGB24 frames, in gigabytes a second\n  bare socket %.2f   slot %.2f   ratio of the times %.2f (goal "
+      "1.2)\n",
+      bytes / bare, bytes / slot, slot / bare);
 }
 
 // A slot that is exported and that nobody uses.
@@ -464,8 +466,8 @@ void idle(bool quick) {
   const long count = quick ? 1000 : 20'000'000;
   const double plain = pushTime(false, count);
   const double exported = pushTime(true, count);
-  std::printf("Push of a slot that nobody uses, in nanoseconds\n  not exported %.1f   exported %.1f   ratio %.2f\n", plain,
-              exported, exported / plain);
+  std::printf("Push of a slot that nobody uses, in nanoseconds\n  not exported %.1f   exported %.1f   ratio %.2f\n",
+              plain, exported, exported / plain);
 }
 
 } // namespace

@@ -45,19 +45,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::string_view bytes(reinterpret_cast<const char*>(data) + 1, size - 1);
   announcement(bytes);
   Pelorn::FrameReader reader;
-  reader.setBulkHandler([](std::string_view& head, std::size_t length,
-                           std::span<std::byte>& rest) -> std::unique_ptr<Pelorn::Event> {
-    std::size_t stateLength = 0;
-    std::string_view state = head;
-    auto event = SetStateEvent::begin(state, length, stateLength);
-    auto value = event == nullptr || stateLength > (std::size_t{1} << 24) ? nullptr : decoder->begin(state, stateLength);
-    if (value == nullptr)
-      return nullptr;
-    rest = value->block();
-    head = state;
-    event->setPending(decoder, std::move(value));
-    return event;
-  });
+  reader.setBulkHandler(
+      [](std::string_view& head, std::size_t length, std::span<std::byte>& rest) -> std::unique_ptr<Pelorn::Event> {
+        std::size_t stateLength = 0;
+        std::string_view state = head;
+        auto event = SetStateEvent::begin(state, length, stateLength);
+        auto value =
+            event == nullptr || stateLength > (std::size_t{1} << 24) ? nullptr : decoder->begin(state, stateLength);
+        if (value == nullptr)
+          return nullptr;
+        rest = value->block();
+        head = state;
+        event->setPending(decoder, std::move(value));
+        return event;
+      });
   while (!bytes.empty() && !reader.failed()) {
     const auto room = reader.room();
     const std::size_t count = std::min({piece, room.size(), bytes.size()});

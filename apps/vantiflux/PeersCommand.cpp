@@ -77,8 +77,7 @@ Heard listen(Pelorn::MulticastSocket& socket, int seconds) {
     heard.taken = std::max(heard.taken, socket.sendToGroup(own.encode()));
     const Pelorn::Deadline again(std::min(askEvery, end.remaining()));
     while (again.remaining() > 0) {
-      std::array<pollfd, 2> entries{
-          {{socket.groupDescriptor(), POLLIN, 0}, {socket.ownDescriptor(), POLLIN, 0}}};
+      std::array<pollfd, 2> entries{{{socket.groupDescriptor(), POLLIN, 0}, {socket.ownDescriptor(), POLLIN, 0}}};
       Pelorn::pollUntil(entries.data(), entries.size(), again);
       take(socket, own, heard);
     }
@@ -119,8 +118,7 @@ bool tryServer(std::ostream& stream, const std::string& server) {
     stream << error.what() << ".\n";
     return false;
   }
-  const auto peer =
-      std::make_shared<Pelorn::Communicator>(std::move(socket), [](Pelorn::Communicator&) {});
+  const auto peer = std::make_shared<Pelorn::Communicator>(std::move(socket), [](Pelorn::Communicator&) {});
   Pelorn::HelloEvent("Vantiflux", "vantiflux peers", 2, 0).send(peer.get());
   std::unique_ptr<Pelorn::Event> event;
   if (peer->waitForEvent(helloTime) == Pelorn::WaitResult::Data)

@@ -58,8 +58,7 @@ TEST(Event, HasTheseBytes) {
   announcement.id = -1;
   announcement.port = 0x1234;
   announcement.instance = 9;
-  EXPECT_EQ(announcement.encode(),
-            "VTFX\x01\0\0\0\x02\0\0\0\xff\xff\x34\x12\x09\0\0\0\0\0\0\0\x01\0\0\0P"s);
+  EXPECT_EQ(announcement.encode(), "VTFX\x01\0\0\0\x02\0\0\0\xff\xff\x34\x12\x09\0\0\0\0\0\0\0\x01\0\0\0P"s);
   EXPECT_EQ(Pelorn::Announcement::decode(announcement.encode()), announcement);
   const std::string whole = announcement.encode();
   for (std::size_t size = 0; size < whole.size(); ++size)
@@ -105,7 +104,8 @@ TEST(FrameReader, FindsEventsWhereverTheBytesAreParted) {
   large.getState().append(text.data(), text.size());
   const std::string bytes = removeBytes + stateBytes + bytesOf(large) + stateBytes + removeBytes;
   const std::vector<std::string> expected{"command", "hello", text, "hello", "command"};
-  for (const std::size_t piece : {std::size_t{1}, std::size_t{3}, std::size_t{1000}, std::size_t{70'000}, bytes.size()}) {
+  for (const std::size_t piece :
+       {std::size_t{1}, std::size_t{3}, std::size_t{1000}, std::size_t{70'000}, bytes.size()}) {
     FrameReader reader;
     EXPECT_EQ(read(reader, bytes, piece), expected) << piece;
   }

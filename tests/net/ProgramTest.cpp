@@ -15,7 +15,7 @@ using namespace test;
 TEST(Program, TellsWhoIsThereAndWhatMayBeWrong) {
   const std::vector<std::string> fields = loopbackFields();
   const auto valueOf = [&](std::size_t i) { return fields[i].substr(fields[i].find('=') + 1); };
-  std::vector<std::string> words{HOST_PROGRAM, "peers",     "--address", "127.0.0.1", "--ttl",     "0",
+  std::vector<std::string> words{HOST_PROGRAM, "peers",    "--address", "127.0.0.1", "--ttl",     "0",
                                  "--group",    valueOf(2), "--port",    valueOf(3),  "--seconds", "1"};
   {
     Process lonely(words);

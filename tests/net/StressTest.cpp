@@ -34,8 +34,8 @@ TEST(Stress, SlotsRoutesValuesAndNodesComeAndGoAtOnce) {
   const auto fields = loopbackFields();
   std::vector<std::unique_ptr<Space>> spaces;
   for (const char* const name : {"A", "B", "C"})
-    spaces.push_back(std::make_unique<Space>(fields + std::vector<std::string>{std::string("Prefix=") + name +
-                                                                               "/{SlotLabel}"}));
+    spaces.push_back(
+        std::make_unique<Space>(fields + std::vector<std::string>{std::string("Prefix=") + name + "/{SlotLabel}"}));
   std::atomic<bool> over{false};
   std::vector<std::thread> threads;
   const auto work = [&](auto step) {

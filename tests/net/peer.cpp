@@ -1,6 +1,6 @@
 // A process with a network node in its root, for tests of several of them. Arguments: Field=value for the node. Takes
-// commands from standard input, a line each, and answers on descriptor 3 with any number of lines and a line with a dot.
-// Labels and texts are single words.
+// commands from standard input, a line each, and answers on descriptor 3 with any number of lines and a line with a
+// dot. Labels and texts are single words.
 #include <atomic>
 #include <chrono>
 #include <cstring>

@@ -42,8 +42,8 @@ public:
   void withdraw();
 
 protected:
-  ExportedSlot(NetworkNode& node, unsigned long id, const std::string& label, const Slot& slot, const std::string& codec,
-               CommandEvent::Command add, CommandEvent::Command remove);
+  ExportedSlot(NetworkNode& node, unsigned long id, const std::string& label, const Slot& slot,
+               const std::string& codec, CommandEvent::Command add, CommandEvent::Command remove);
 
   /// All with the lock of structure held.
   virtual void connect() = 0;

@@ -60,9 +60,8 @@ const char* const NetworkNode::longDescription_ =
 
 using N = NetworkNode;
 Field NetworkNode::fields_[] = {
-    fieldRow<N>("MulticastAddress",
-                "IP address of the multicast group used by network nodes to connect to each other.", "224.21.12.68",
-                &N::setMulticastAddress, &N::getMulticastAddress),
+    fieldRow<N>("MulticastAddress", "IP address of the multicast group used by network nodes to connect to each other.",
+                "224.21.12.68", &N::setMulticastAddress, &N::getMulticastAddress),
     fieldRow<N>("MulticastPort", "Port number of the multicast group used by network nodes to connect to each other.",
                 "4711", &N::setMulticastPort, &N::getMulticastPort),
     fieldRow<N>("MulticastTTL",
@@ -90,8 +89,8 @@ Field NetworkNode::fields_[] = {
                 "When this value is true, the network node imports OutSlots and InSlots from other network nodes.",
                 "true", &N::setImportSlots, &N::getImportSlots),
     fieldRow<N>("Export",
-                "When this value is true, the network node exports OutSlots and InSlots to other network nodes.", "true",
-                &N::setExportSlots, &N::getExportSlots),
+                "When this value is true, the network node exports OutSlots and InSlots to other network nodes.",
+                "true", &N::setExportSlots, &N::getExportSlots),
 };
 NodeType NetworkNode::type_(typeName_, &NetworkNode::create, author_, shortDescription_, longDescription_, fields_,
                             std::size(fields_));

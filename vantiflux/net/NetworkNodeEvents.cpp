@@ -33,8 +33,8 @@ void NetworkNode::recvThread() {
   setState(Sleeping, "");
 }
 
-// Takes what has arrived, for one read of the socket, so that no peer has the thread to itself. False when the client is
-// gone.
+// Takes what has arrived, for one read of the socket, so that no peer has the thread to itself. False when the client
+// is gone.
 bool NetworkNode::receiveFrom(Communicator& communicator) {
   int count = 0;
   if (!communicator.dataAvail(count))
@@ -131,9 +131,9 @@ bool NetworkNode::handleAddInSlotEvent(Communicator* communicator, AddSlotEvent*
     return false;
   encoder->initialize(event->getLabel(), event->getDescription());
   markOwn(encoder->getInSlot());
-  enter(importedInSlots_, communicator, event->getSlotId(),
-        std::make_shared<ImportedInSlot>(*this, std::move(encoder), communicator, event->getSlotId(),
-                                         event->getLabel()));
+  enter(
+      importedInSlots_, communicator, event->getSlotId(),
+      std::make_shared<ImportedInSlot>(*this, std::move(encoder), communicator, event->getSlotId(), event->getLabel()));
   return true;
 }
 
@@ -204,8 +204,7 @@ bool NetworkNode::handleStopInSlotEvent(Communicator* communicator, SlotCommandE
 }
 
 bool NetworkNode::handleSetOutSlotStateEvent(Communicator* communicator, SetStateEvent* event) {
-  const auto slot =
-      event == nullptr ? nullptr : findImported(importedOutSlots_, communicator, event->getSlotId());
+  const auto slot = event == nullptr ? nullptr : findImported(importedOutSlots_, communicator, event->getSlotId());
   if (slot == nullptr)
     return false;
   slot->handleSetStateEvent(*event);

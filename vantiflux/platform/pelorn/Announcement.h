@@ -15,7 +15,7 @@ struct VANTIFLUX_API Announcement {
     Announcement = 0, ///< to everybody
     Answer = 1        ///< to the sender of an announcement
   };
-  static constexpr std::size_t maxSize = 256;      ///< bytes of a datagram
+  static constexpr std::size_t maxSize = 256;    ///< bytes of a datagram
   static constexpr std::size_t maxProtocol = 64; ///< bytes of the name
 
   Kind kind = Kind::Announcement;

@@ -27,9 +27,7 @@ namespace Pelorn {
 /// what waits. Events keep their order and never mix.
 ///
 /// *Receiving* is for one thread at a time.
-class VANTIFLUX_API Communicator : public Sender,
-                                   public Receiver,
-                                   public std::enable_shared_from_this<Communicator> {
+class VANTIFLUX_API Communicator : public Sender, public Receiver, public std::enable_shared_from_this<Communicator> {
 public:
   using Pointer = std::shared_ptr<Communicator>;
   using Clock = std::chrono::steady_clock;
@@ -95,8 +93,8 @@ private:
 
   // Of whoever is busy.
   std::vector<Frame::Pointer> pending_;
-  std::size_t first_ = 0; ///< the first of them that is not written whole
-  std::size_t done_ = 0;  ///< its bytes that are
+  std::size_t first_ = 0;     ///< the first of them that is not written whole
+  std::size_t done_ = 0;      ///< its bytes that are
   std::uint64_t written_ = 0; ///< bytes
   std::vector<iovec> pieces_;
 };

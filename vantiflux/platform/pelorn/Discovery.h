@@ -55,7 +55,7 @@ private:
   const Links links_;
   MulticastSocket socket_;
   Clock::time_point next_{};
-  int announced_ = 0; ///< so often
+  int announced_ = 0;                              ///< so often
   std::unordered_map<std::uint64_t, Heard> heard_; ///< by instance: those that there is no connection with
 };
 

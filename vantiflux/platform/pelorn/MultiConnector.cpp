@@ -121,8 +121,9 @@ void MultiConnector::openDiscovery(const InetAddress& local) {
   discovery_.emplace(SocketAddress(group, opened_.multicastPort), opened_.multicastTtl, local, own,
                      Discovery::Links{[this](std::uint64_t instance) { return isLinked(instance); },
                                       [this](std::uint64_t instance, const SocketAddress& server) {
-                                        const auto communicator = makeLink(
-                                            std::make_unique<LinkSocket>(), Link{.expected = instance, .target = server});
+                                        const auto communicator =
+                                            makeLink(std::make_unique<LinkSocket>(),
+                                                     Link{.expected = instance, .target = server});
                                         if (communicator != nullptr)
                                           createCommThread(communicator.get());
                                       }});

@@ -113,7 +113,7 @@ private:
     unsigned short multicastPort = 0;
     int multicastTtl = 1;
     short id = 0;
-    };
+  };
   class SetUp;
   /// A communicator from its first moment on, with its state.
   struct Link {
@@ -121,7 +121,7 @@ private:
     std::uint64_t instance = 0; ///< of the peer, once it is settled
     std::uint64_t expected = 0; ///< which is to be found there; 0 if any
     bool added = false;
-    std::optional<Server> server{}; ///< where connectToServer made it
+    std::optional<Server> server{};        ///< where connectToServer made it
     std::optional<SocketAddress> target{}; ///< where it is still to connect to
   };
 
@@ -157,25 +157,25 @@ private:
   Epoll loopWait_;
   Epoll receiveWait_;
   Tarsil::ObjectThread<MultiConnector> thread_;
-  std::atomic<bool> ending_{false};  ///< the loop is to return
-  std::atomic<bool> broken_{true};   ///< nothing is to be waited for
+  std::atomic<bool> ending_{false}; ///< the loop is to return
+  std::atomic<bool> broken_{true};  ///< nothing is to be waited for
 
   mutable std::mutex linksLock_; ///< guards what follows, up to toFlush_
   Settings opened_;              ///< those that open found
   std::uint64_t instance_ = 0;   ///< drawn by open
   std::uint64_t lastNumber_ = 0;
   std::unordered_map<std::uint64_t, Link> links_; ///< by number of the communicator
-  std::vector<Server> thisServer_; ///< servers that turned out to be this one
+  std::vector<Server> thisServer_;                ///< servers that turned out to be this one
   std::vector<std::unique_ptr<SetUp>> setUps_;
-  std::deque<std::uint64_t> fresh_;    ///< added, and perhaps with data that was read while they were set up
-  std::deque<std::uint64_t> ready_;    ///< known to have data
+  std::deque<std::uint64_t> fresh_; ///< added, and perhaps with data that was read while they were set up
+  std::deque<std::uint64_t> ready_; ///< known to have data
   std::vector<Communicator::Pointer> toFlush_;
 
   // The loop's.
   std::optional<Discovery> discovery_;
   Clock::time_point nextTick_{};
   bool watchesServer_ = false;
-  std::optional<Clock::time_point> acceptAgain_; ///< when the system was short of something
+  std::optional<Clock::time_point> acceptAgain_;                     ///< when the system was short of something
   std::unordered_map<std::uint64_t, Communicator::Pointer> blocked_; ///< wait for their peers to take something
 };
 

@@ -38,9 +38,9 @@ std::vector<NetworkInterface> NetworkInterface::list(const InetAddress& only) {
     if (at->ifa_addr == nullptr || at->ifa_addr->sa_family != AF_INET || at->ifa_netmask == nullptr ||
         (at->ifa_flags & IFF_UP) == 0 || (at->ifa_flags & (IFF_MULTICAST | IFF_LOOPBACK)) == 0)
       continue;
-    NetworkInterface found{at->ifa_name, static_cast<int>(::if_nametoindex(at->ifa_name)), addressOf(at->ifa_addr),
-                           static_cast<unsigned>(std::popcount(
-                               reinterpret_cast<const sockaddr_in*>(at->ifa_netmask)->sin_addr.s_addr))};
+    NetworkInterface found{
+        at->ifa_name, static_cast<int>(::if_nametoindex(at->ifa_name)), addressOf(at->ifa_addr),
+        static_cast<unsigned>(std::popcount(reinterpret_cast<const sockaddr_in*>(at->ifa_netmask)->sin_addr.s_addr))};
     if (!only.isAny() && only.isValid()) {
       if (!has(found, only))
         continue;
