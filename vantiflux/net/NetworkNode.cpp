@@ -12,6 +12,7 @@
 #include <vantiflux/net/ExportedSlots.h>
 #include <vantiflux/net/ImportedSlots.h>
 #include <vantiflux/platform/pelorn/InetAddress.h>
+#include <vantiflux/platform/xmlwrap/XMLText.h>
 
 namespace Vantiflux {
 
@@ -25,29 +26,6 @@ constexpr short protocolMajor = 2;
 constexpr short protocolMinor = 0;
 constexpr int helloTime = 1000;
 constexpr int serverInterval = 1000;
-
-/// Text from elsewhere, for a page.
-std::string escaped(const std::string& text) {
-  std::string result;
-  for (const char c : text)
-    switch (c) {
-    case '<':
-      result += "&lt;";
-      break;
-    case '>':
-      result += "&gt;";
-      break;
-    case '&':
-      result += "&amp;";
-      break;
-    case '"':
-      result += "&quot;";
-      break;
-    default:
-      result += c;
-    }
-  return result;
-}
 
 } // namespace
 
@@ -358,10 +336,11 @@ std::string NetworkNode::getDetailedInfo() const {
     return "No clients are currently connected to the NetworkNode.<p>\n";
   std::string text = "The following clients are currently connected to the NetworkNode:<p>\n";
   for (const auto& [communicator, hello] : clients_)
-    text += "User: " + escaped(hello->getUser()) + "<br>\nHost: " + escaped(hello->getHost()) +
-            "<br>\nSystem: " + escaped(hello->getSystem()) + "<br>\nClient: " + escaped(hello->getClientName()) +
-            "<br>\nProtocol: " + escaped(hello->getProtocol()) + ' ' + std::to_string(hello->getMajor()) + '.' +
-            std::to_string(hello->getMinor()) + "<p>\n";
+    text += "User: " + XMLWrap::escapeText(hello->getUser()) + "<br>\nHost: " + XMLWrap::escapeText(hello->getHost()) +
+            "<br>\nSystem: " + XMLWrap::escapeText(hello->getSystem()) +
+            "<br>\nClient: " + XMLWrap::escapeText(hello->getClientName()) +
+            "<br>\nProtocol: " + XMLWrap::escapeText(hello->getProtocol()) + ' ' + std::to_string(hello->getMajor()) +
+            '.' + std::to_string(hello->getMinor()) + "<p>\n";
   return text;
 }
 
