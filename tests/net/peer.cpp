@@ -201,6 +201,7 @@ private:
     }
   }
   std::string slots() const {
+    const Root::ReadLock lock; // slots of peers come and go
     std::vector<LabeledSlot> slots;
     root_.getSlots("*", Slot::Out, slots);
     root_.getSlots("*", Slot::In, slots);

@@ -326,8 +326,7 @@ void NetworkNode::removeClient(Communicator* communicator) {
   }
   for (const auto& slot : exported)
     guarded([&] { slot->removeCommunicator(communicator); });
-  for (const auto& slot : imported)
-    guarded([&] { slot->withdraw(); });
+  withdrawImports(imported);
 }
 
 std::string NetworkNode::getDetailedInfo() const {

@@ -46,6 +46,8 @@ namespace Vantiflux {
 /// and those of single slots and connections, under which nothing is called. Slots are connected, pushed and destroyed
 /// under none of them.
 ///
+/// *Twins* of peers' slots go with the root lock held, while the node is enabled: who holds it may use what he found.
+///
 /// *Failure.* What a peer sends concerns that peer alone: at worst its connection is closed, with a line in the log.
 class VANTIFLUX_API NetworkNode : public Node, public Namespace::Listener {
 public:
@@ -165,6 +167,7 @@ private:
   template <class Imported>
   void enter(ImportMap<Imported>& map, Pelorn::Communicator* communicator, unsigned long id,
              const std::shared_ptr<Imported>& slot);
+  void withdrawImports(const std::vector<std::shared_ptr<ImportedSlot>>& slots);
   template <class Imported>
   bool withdrawImport(ImportMap<Imported>& map, Pelorn::Communicator* communicator, const SlotCommandEvent* event);
 

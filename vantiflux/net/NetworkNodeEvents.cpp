@@ -3,8 +3,10 @@
 
 #include <cstdio>
 #include <exception>
+#include <optional>
 #include <utility>
 
+#include <vantiflux/core/Root.h>
 #include <vantiflux/net/ExportedSlots.h>
 #include <vantiflux/net/ImportedSlots.h>
 #include <vantiflux/values/BasicCodec.h>
@@ -107,8 +109,18 @@ void NetworkNode::enter(ImportMap<Imported>& map, Communicator* communicator, un
     old = std::exchange(map[communicator][id], slot);
   }
   if (old != nullptr)
-    old->withdraw();
+    withdrawImports({old});
   slot->init();
+}
+
+// In the receive thread, which holds no lock. Slots that were found under the root lock stay until it is released; whoever
+// waits for this thread under it lends it.
+void NetworkNode::withdrawImports(const std::vector<std::shared_ptr<ImportedSlot>>& slots) {
+  std::optional<Root::WriteLock> root;
+  if (Root::isInitialized()) // a host's own namespaces may outlive the root
+    root.emplace();
+  for (const auto& slot : slots)
+    guarded([&] { slot->withdraw(); });
 }
 
 bool NetworkNode::handleAddOutSlotEvent(Communicator* communicator, AddSlotEvent* event) {
@@ -153,7 +165,7 @@ bool NetworkNode::withdrawImport(ImportMap<Imported>& map, Communicator* communi
     if (client->second.empty())
       map.erase(client);
   }
-  removed->withdraw();
+  withdrawImports({removed});
   return true;
 }
 
