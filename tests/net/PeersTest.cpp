@@ -221,4 +221,20 @@ TEST(Peers, AStoppedViewerHoldsNobodyUpAndSeesTheNewestImageWhenItGoesOn) {
   EXPECT_TRUE(eventually([&] { return second.got("v").second.find(" " + last + '\n') != std::string::npos; }));
 }
 
+TEST(Peers, AViewerThatTakesNothingForLongIsLeftAndComesBack) {
+  const Fields net = loopbackFields();
+  PeerProcess camera(named("K", net));
+  camera.ask("camera");
+  PeerProcess viewer(named("V", net));
+  viewer.ask("view v");
+  viewer.ask("route K/camera v");
+  ASSERT_TRUE(eventually([&] { return viewer.got("v").first > 3; }));
+  viewer.kill(SIGSTOP);
+  EXPECT_TRUE(camera.hasClients(0));
+  viewer.kill(SIGCONT);
+  EXPECT_TRUE(camera.hasClients(1));
+  const long before = numberOf(viewer.got("v").second);
+  EXPECT_TRUE(eventually([&] { return numberOf(viewer.got("v").second) > before + 3; }));
+}
+
 } // namespace
