@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <vantiflux/core/Namespace.h>
+#include <vantiflux/core/Node.h>
 #include <vantiflux/core/Restructuring.h>
 #include <vantiflux/platform/tarsil/Mutex.h>
 
@@ -16,7 +17,25 @@ namespace Vantiflux {
 struct Graveyard::Yard {
   std::mutex lock; ///< guards the list
   std::vector<Namespace*> list;
+
+  static void forgetSlots(Namespace& corpse);
 };
+
+// Slots that are no members of the corpse may be gone before it: their owner sees them as removed. A namespace that is
+// no node has no slots of its own; of those of a node, only one that is on a stack now is looked at again.
+void Graveyard::Yard::forgetSlots(Namespace& corpse) {
+  const TreeLock lock;
+  const bool isNode = dynamic_cast<Node*>(&corpse) != nullptr;
+  const auto forget = [isNode](auto& table) {
+    for (auto at = table.entries().begin(); at != table.entries().end();) {
+      const auto& entry = *at++;
+      if (!isNode || !entry.slot->isInUse())
+        table.erase(&entry);
+    }
+  };
+  forget(corpse.outSlots_);
+  forget(corpse.inSlots_);
+}
 
 Graveyard::Yard& Graveyard::yard() {
   static auto* const the = new Yard; // never destroyed: threads may outlive static destruction
@@ -50,6 +69,7 @@ void Graveyard::bury(Namespace* corpse) {
   }
   if (!corpse->isInUse())
     return destroy(corpse);
+  Yard::forgetSlots(*corpse);
   {
     const std::lock_guard guard(yard().lock);
     yard().list.push_back(corpse);

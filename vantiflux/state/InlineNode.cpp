@@ -129,6 +129,8 @@ void InlineNode::fetch() {
   } catch (const Pelorn::URLImpl::Exception& e) {
     trouble = e.what();
   }
+  if (!worker_.isRunning()) // who stops this worker shall not wait for who holds the root lock
+    return;
   const Root::WriteLock rootLock;
   const TreeLock lock;
   if (!worker_.isRunning()) // the result is not wanted any more

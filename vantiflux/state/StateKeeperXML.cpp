@@ -116,6 +116,9 @@ void StateKeeperXML::save(Namespace& space, std::ostream& stream) {
     save(space, writer);
     writer.endElement(noURI, name, name);
   }
+  if (document.view().size() > XMLWrap::XMLReader::maxDocument)
+    throw XMLWrap::SAXException("The document is longer than " + std::to_string(XMLWrap::XMLReader::maxDocument) +
+                                " bytes: it could not be loaded again");
   if (!(stream << document.view()).flush())
     throw XMLWrap::SAXException("The document cannot be written");
 }

@@ -147,10 +147,10 @@ void WaitGraph::finish(ThreadRun& run) {
 bool WaitGraph::join(ThreadRun& run, ThreadId self) {
   Waiter waiter{.thread = self, .wait = Mutex::Wait::Yielding, .run = &run};
   std::unique_lock guard(lock_);
+  if (run.finished) // before all else: identities of threads are used again
+    return true;
   if (run.id == self)
     return false;
-  if (run.finished)
-    return true;
   waiters_.push_back(&waiter);
   breakRings(waiter);
   while (waiter.state == Waiter::State::Asleep && (!run.finished || !waiter.leases.empty()))
