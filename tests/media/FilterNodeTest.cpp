@@ -66,15 +66,15 @@ struct Scene {
   bool enters(int count) const {
     return eventually([&] { return node->entered == count; });
   }
-  unsigned pop() { return reader.pop().getValue()->width(); }
-  /// Until the worker is not busy with the one before any more.
-  bool pushUntilTaken(const Data<SmartPtr<Image>>& frame) {
-    return eventually([&] {
+  /// Pushes until the worker, which may still be on its way back from the frame before, is ready to take it.
+  void give(const Data<SmartPtr<Image>>& frame) {
+    EXPECT_TRUE(eventually([&] {
       testing::internal::CaptureStderr();
       producer.push(frame);
       return testing::internal::GetCapturedStderr().empty();
-    });
+    }));
   }
+  unsigned pop() { return reader.pop().getValue()->width(); }
 
   Namespace space;
   OutSlot<SmartPtr<Image>> producer;
@@ -95,7 +95,7 @@ TEST(ThreadedFilter, DropsWhatComesWhileItIsBusyAndNeverHoldsUpTheProducer) {
   EXPECT_EQ(scene.pop(), 1U);
   // What was dropped does not come later; the next one does, stamped when it was ready.
   const BasicData::TimeStamp early = 1;
-  EXPECT_TRUE(scene.pushUntilTaken(Data<SmartPtr<Image>>(frameOfWidth(4), early)));
+  scene.give(Data<SmartPtr<Image>>(frameOfWidth(4), early));
   ASSERT_TRUE(scene.enters(2));
   scene.node->gate.set();
   const auto data = scene.reader.pop();
@@ -135,7 +135,7 @@ TEST(ThreadedFilter, RunsWhileItsOutSlotIsUsedWhateverHappensToTheOther) {
     EXPECT_EQ(scene.node->getState(), Node::Running);
     scene.producer.invalidateValue();
     scene.space.addRoute("producer", "n/in");
-    EXPECT_TRUE(scene.pushUntilTaken(frameOfWidth(width)));
+    scene.give(frameOfWidth(width));
     scene.node->gate.set();
     EXPECT_EQ(scene.pop(), width);
   }
@@ -145,7 +145,7 @@ TEST(ThreadedFilter, SurvivesAnExceptionOfItsWork) {
   Scene scene;
   scene.route();
   for (const unsigned width : {13U, 14U}) {
-    EXPECT_TRUE(scene.pushUntilTaken(frameOfWidth(width)));
+    scene.give(frameOfWidth(width));
     scene.node->gate.set();
     EXPECT_TRUE(scene.enters(width == 13 ? 1 : 2));
   }

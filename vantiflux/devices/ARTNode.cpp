@@ -13,15 +13,20 @@
 
 namespace Vantiflux {
 
-const char* const ARTNode::typeName_ = "ART";
-const char* const ARTNode::author_ = "The Vantiflux developers";
-const char* const ARTNode::shortDescription_ = "Reads ART tracking data.";
-const char* const ARTNode::longDescription_ = "Receives the datagrams of an ART controller and publishes position, "
-                                              "orientation and matrix of each body and stick, "
-                                              "and the buttons of the sticks.";
-
 using N = ARTNode;
-Field ARTNode::fields_[] = {
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "ART";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Reads ART tracking data.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
+    "Receives the datagrams of an ART controller and publishes position, "
+    "orientation and matrix of each body and stick, "
+    "and the buttons of the sticks.";
+
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("Port", "ART socket port.", "12345", &N::setPort, &N::getPort),
     fieldRow<N>("MaxBodies", "ART maximum number of bodies.", "16", &N::setMaxBodies, &N::getMaxBodies),
     fieldRow<N>("MaxFlySticks", "ART maximum number of fly sticks.", "4", &N::setMaxFlySticks, &N::getMaxFlySticks),
@@ -33,11 +38,12 @@ Field ARTNode::fields_[] = {
     fieldRow<N>("Center", "Defines the centerpoint in the result coordinate system.", "0,0,0", &N::setCenter,
                 &N::getCenter),
 };
-NodeType ARTNode::type_(typeName_, &ARTNode::create, author_, shortDescription_, longDescription_, fields_,
-                        std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* ARTNode::create() {
-  return new ARTNode;
+const NodeType* ARTNode::type() const {
+  return &type_;
 }
 
 namespace {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <vantiflux/Export.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/Setting.h>
 #include <vantiflux/devices/ARTParser.h>
 #include <vantiflux/devices/PoseSlots.h>
@@ -37,7 +38,7 @@ namespace Vantiflux {
 /// *Failure.* A port that cannot be bound, and an empty datagram, end the work with the state Error; a datagram in
 /// another format sets it, and the work goes on. What is malformed within a datagram is passed over (see ARTParser). A
 /// body of which there is no rotation, a single marker, has an orientation of zeros.
-class VANTIFLUX_API ARTNode : public TrackerNode {
+class VANTIFLUX_API ARTNode : public TrackerNode, public NodeDescription<ARTNode> {
 public:
   using BodyRecord = ARTParser::BodyRecord;
   using ClientCodes = ViconChannels::ClientCodes; ///< what channels are called elsewhere; not used here
@@ -47,9 +48,7 @@ public:
   ARTNode();
   ~ARTNode() override;
 
-  const NodeType* type() const override { return &type_; }
-
-  static Node* create();
+  const NodeType* type() const override;
 
   void setPort(unsigned short port) { port_.set(port); }
   unsigned short getPort() const { return port_.get(); }
@@ -103,13 +102,6 @@ private:
   };
 
   bool openART();
-
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
 
   Setting<unsigned short> port_{12345};
   Setting<int> maxBodies_{16};

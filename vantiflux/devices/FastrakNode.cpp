@@ -3,43 +3,40 @@
 #include <iterator>
 
 #include <vantiflux/core/FieldRow.h>
+#include <vantiflux/devices/SerialRows.h>
 #include <vantiflux/values/Pose.h>
 #include <vantiflux/values/SlotTypes.h>
 
 namespace Vantiflux {
 
-const char* const FastrakNode::typeName_ = "Fastrak";
-const char* const FastrakNode::author_ = "The Vantiflux developers";
-const char* const FastrakNode::shortDescription_ = "Driver for trackers using the Polhemus Fastrak protocol.";
-const char* const FastrakNode::longDescription_ = "Finds the tracker at any speed of its serial line, publishes "
-                                                  "position, orientation and matrix of each of its up to "
-                                                  "four sensors, and the button of the stylus.";
-
 using N = FastrakNode;
-Field FastrakNode::fields_[] = {
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "Fastrak";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Driver for trackers using the Polhemus Fastrak protocol.";
+template <>
+const char* const NodeDescription<N>::longDescription_ = "Finds the tracker at any speed of its serial line, publishes "
+                                                         "position, orientation and matrix of each of its up to "
+                                                         "four sensors, and the button of the stylus.";
+
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("Device", "A number starting at 0 specifying the device the Fastrak Node should operate.", "0",
                 &N::setDevice, &N::getDevice),
-    fieldRow<N>(
-        "BaudRate",
-        "Baud rate of the serial port. Possible values are 110, 300, 600, 1200, 2400, 4800, 9600, 19200, 38400, "
-        "57600 or 115200.",
-        "115200", &N::setBaudRate, &N::getBaudRate),
-    fieldRow<N>("DataBits",
-                "Number of data bits used for the communication on the serial port. Possible values are 7 or 8.", "8",
-                &N::setDataBits, &N::getDataBits),
-    fieldRow<N>("Parity",
-                "Type of parity used for the communication on the serial port. Possible values are even, odd or none.",
-                "none", &N::setParity, &N::getParity),
-    fieldRow<N>("Handshake", "Type of handshake (flow control). Possible values are none, hardware or software.",
-                "Software", &N::setHandshake, &N::getHandshake),
+    SerialRows::baudRate<N>("115200"),
+    SerialRows::dataBits<N>(),
+    SerialRows::parity<N>(),
+    SerialRows::handshake<N>("Software"),
     fieldRow<N>("Hemisphere", "Points to the used hemisphere in tracker coordinate system. x->right y->up, z->front.",
                 "1,0,0", &N::setHemisphere, &N::getHemisphere),
 };
-NodeType FastrakNode::type_(typeName_, &FastrakNode::create, author_, shortDescription_, longDescription_, fields_,
-                            std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* FastrakNode::create() {
-  return new FastrakNode;
+const NodeType* FastrakNode::type() const {
+  return &type_;
 }
 
 namespace {

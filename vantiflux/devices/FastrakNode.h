@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include <vantiflux/Export.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/Setting.h>
 #include <vantiflux/devices/FastrakPort.h>
 #include <vantiflux/devices/FastrakRecord.h>
@@ -34,14 +35,12 @@ namespace Vantiflux {
 ///
 /// *Failure.* A port that cannot be opened, and a tracker that is not found, give the state Error. When the line breaks
 /// the node is Sleeping, until it is started again. What is no proper record is passed over.
-class VANTIFLUX_API FastrakNode : public SearchingNode {
+class VANTIFLUX_API FastrakNode : public SearchingNode, public NodeDescription<FastrakNode> {
 public:
   FastrakNode();
   ~FastrakNode() override;
 
-  const NodeType* type() const override { return &type_; }
-
-  static Node* create();
+  const NodeType* type() const override;
 
   void setDevice(const std::string& device) { device_.set(device); }
   std::string getDevice() const { return device_.get(); }
@@ -71,13 +70,6 @@ private:
   bool openPort();
   void write(const FastrakRecord& record);
   void refuse(const char* field, const std::string& value);
-
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
 
   std::array<PoseSlots, FastrakRecord::stations> slots_;
   OutSlot<bool> button_{"Button of stylus"};

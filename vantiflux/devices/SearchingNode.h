@@ -40,8 +40,8 @@ protected:
 private:
   struct Search;
 
-  void runSearch(const std::shared_ptr<Search>& search);
-  void finishSearch(const std::shared_ptr<Search>& search, bool found);
+  void runSearch(const std::shared_ptr<Search>& mine);
+  void finishSearch(const std::shared_ptr<Search>& mine, bool found);
   void startThread();
 
   // Guarded by the lock of structure; `running_` is also read by the run that it was set for.

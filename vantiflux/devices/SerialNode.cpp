@@ -4,6 +4,7 @@
 
 #include <vantiflux/devices/Allowance.h>
 #include <vantiflux/devices/DeviceText.h>
+#include <vantiflux/devices/SerialRows.h>
 #include <vantiflux/platform/pelorn/Exception.h>
 #include <vantiflux/values/SlotTypes.h>
 
@@ -24,22 +25,13 @@ template <>
 Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("Device", "A number starting at 0 specifying the serial interface to use.", "0", &N::setDevice,
                 &N::getDevice),
-    fieldRow<N>(
-        "BaudRate",
-        "Baud rate of the serial port. Possible values are 110, 300, 600, 1200, 2400, 4800, 9600, 19200, 38400, "
-        "57600 or 115200.",
-        "9600", &N::setBaudRate, &N::getBaudRate),
-    fieldRow<N>("DataBits",
-                "Number of data bits used for the communication on the serial port. Possible values are 7 or 8.", "8",
-                &N::setDataBits, &N::getDataBits),
-    fieldRow<N>("Parity",
-                "Type of parity used for the communication on the serial port. Possible values are even, odd or none.",
-                "none", &N::setParity, &N::getParity),
+    SerialRows::baudRate<N>("9600"),
+    SerialRows::dataBits<N>(),
+    SerialRows::parity<N>(),
     fieldRow<N>("StopBits",
                 "Number of stop bits used for the communication on the serial port. Possible values are 1 or 2.", "1",
                 &N::setStopBits, &N::getStopBits),
-    fieldRow<N>("Handshake", "Type of handshake (flow control). Possible values are none, hardware or software.",
-                "none", &N::setHandshake, &N::getHandshake),
+    SerialRows::handshake<N>("none"),
     fieldRow<N>("DTR", "The status of the DTR line.", "true", &N::setDTR, &N::getDTR),
     fieldRow<N>("RTS", "The status of the RTS line.", "true", &N::setRTS, &N::getRTS),
     fieldRow<N>("InitString", "A initialisation string that is send to the serial device to start operation.", "",

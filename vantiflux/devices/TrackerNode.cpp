@@ -6,7 +6,11 @@
 
 namespace Vantiflux {
 
-TrackerNode::TrackerNode() : worker_(*this, [this] { work(); }) {
+TrackerNode::TrackerNode()
+    : worker_(*this, [this] {
+        const Pelorn::Wait::Closing closing(wait_);
+        work();
+      }) {
   publishSlots();
 }
 
@@ -43,12 +47,10 @@ void TrackerNode::startWorker(const std::function<void()>& begin) {
 }
 
 void TrackerNode::stopWorker() {
-  const bool ended = worker_.stop([this] {
+  worker_.stop([this] {
     wait_.signal();
     interrupt();
   });
-  if (ended)
-    wait_.close();
 }
 
 // Publishing connects slots, and who is called then may disable the node.

@@ -13,23 +13,28 @@
 
 namespace Vantiflux {
 
-const char* const ViconNode::typeName_ = "Vicon";
-const char* const ViconNode::author_ = "The Vantiflux developers";
-const char* const ViconNode::shortDescription_ = "Reads Vicon tracking data.";
-const char* const ViconNode::longDescription_ =
+using N = ViconNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "Vicon";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Reads Vicon tracking data.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
     "Polls a Vicon real-time server and publishes position, orientation and matrix of each body, and position and "
     "visibility of each marker.";
 
-using N = ViconNode;
-Field ViconNode::fields_[] = {
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("Host", "Vicon host address or hostname.", "localhost", &N::setHost, &N::getHost),
     fieldRow<N>("Port", "Vicon socket port.", "800", &N::setPort, &N::getPort),
 };
-NodeType ViconNode::type_(typeName_, &ViconNode::create, author_, shortDescription_, longDescription_, fields_,
-                          std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* ViconNode::create() {
-  return new ViconNode;
+const NodeType* ViconNode::type() const {
+  return &type_;
 }
 
 ViconNode::ViconNode() = default;

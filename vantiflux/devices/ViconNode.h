@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <vantiflux/Export.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/Setting.h>
 #include <vantiflux/devices/PoseSlots.h>
 #include <vantiflux/devices/SearchingNode.h>
@@ -31,7 +32,7 @@ namespace Vantiflux {
 ///
 /// *Failure.* A server that does not answer properly gives the state Error. A connection that breaks later ends the
 /// work, without a change of the state, until the node is started again; the reason is printed and in the log.
-class VANTIFLUX_API ViconNode : public SearchingNode {
+class VANTIFLUX_API ViconNode : public SearchingNode, public NodeDescription<ViconNode> {
 public:
   using MarkerChannel = Vantiflux::MarkerChannel;
   using BodyChannel = Vantiflux::BodyChannel;
@@ -53,9 +54,7 @@ public:
   ViconNode();
   ~ViconNode() override;
 
-  const NodeType* type() const override { return &type_; }
-
-  static Node* create();
+  const NodeType* type() const override;
 
   void setHost(const std::string& host) { host_.set(host); }
   std::string getHost() const { return host_.get(); }
@@ -86,13 +85,6 @@ private:
   bool readFrame(ViconParser& parser, std::vector<double>& values);
   void write(const std::vector<double>& values);
   void report(const std::string& text);
-
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
 
   Setting<std::string> host_{"localhost"};
   Setting<unsigned short> port_{800};

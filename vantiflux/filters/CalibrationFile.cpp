@@ -44,7 +44,7 @@ std::string CalibrationFile::find(const std::string& name) {
   if (name.empty() || name[0] == '/' || exists(name))
     return name;
   for (const std::string& directory : directories())
-    if (const std::string path = directory + "/" + name; exists(path))
+    if (std::string path = directory + "/" + name; exists(path))
       return path;
   return name;
 }

@@ -70,16 +70,20 @@ constexpr Vector noVector(-1, -1, -1);
 
 } // namespace
 
-const char* const EqualizeNode::typeName_ = "Equalize";
-const char* const EqualizeNode::author_ = "The Vantiflux developers";
-const char* const EqualizeNode::shortDescription_ = "This node equalizes distorted tracker data.";
-const char* const EqualizeNode::longDescription_ =
+using N = EqualizeNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "Equalize";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "This node equalizes distorted tracker data.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
     "This node equalizes distorted tracker data. A table of reference points tells where a sensor truly was, where the "
     "tracker reported it and how it was turned there; between the points the correction is interpolated by radial "
     "basis functions.";
 
-using N = EqualizeNode;
-Field EqualizeNode::fields_[] = {
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("RSquare", "Float value, which is used for the equalization. Usually 0 < rSquare <= 100.", "0.001",
                 &N::setRSquare, &N::getRSquare),
     fieldRow<N>("ReferenceData",
@@ -87,11 +91,12 @@ Field EqualizeNode::fields_[] = {
                 "form \"file:<filename>\".",
                 defaultText, &N::setReferenceData, &N::getReferenceData),
 };
-NodeType EqualizeNode::type_(typeName_, &EqualizeNode::create, author_, shortDescription_, longDescription_, fields_,
-                             std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* EqualizeNode::create() {
-  return new EqualizeNode;
+const NodeType* EqualizeNode::type() const {
+  return &type_;
 }
 
 EqualizeNode::EqualizeNode()

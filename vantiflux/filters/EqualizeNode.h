@@ -8,7 +8,7 @@
 #include <vector>
 
 #include <vantiflux/Export.h>
-#include <vantiflux/core/Field.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/filters/PoseFilterNode.h>
 #include <vantiflux/platform/tarsil/Mutex.h>
 
@@ -42,15 +42,13 @@ struct ReferenceTable;
 ///
 /// *Failure.* A table that cannot be taken gives the state Error; the one before it stays. So does a table for which
 /// there is no solution, as when a reported position stands in it twice; what was fitted before stays.
-class VANTIFLUX_API EqualizeNode : public PoseFilterNode {
+class VANTIFLUX_API EqualizeNode : public PoseFilterNode, public NodeDescription<EqualizeNode> {
 public:
   EqualizeNode();
   ~EqualizeNode() override;
 
-  const NodeType* type() const override { return &type_; }
+  const NodeType* type() const override;
   void start() override;
-
-  static Node* create();
 
   void setRSquare(float rSquare) { rSquare_ = rSquare; }
   float getRSquare() const { return rSquare_; }
@@ -102,13 +100,6 @@ private:
   void readDefaultFile();
   std::shared_ptr<const ReferenceTable> table() const;
   std::shared_ptr<const RadialBasis> fit() const;
-
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
 
   std::atomic<float> rSquare_{0.001F};
   mutable Tarsil::Mutex lock_; ///< innermost; guards the text and the two pointers, what they point to never changes

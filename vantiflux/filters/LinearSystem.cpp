@@ -43,6 +43,7 @@ std::vector<std::vector<double>> solveLinear(std::size_t size,
     matrix.Release(); // the decomposition may take its memory
     NEWMAT::CroutMatrix decomposed(matrix);
     std::vector<std::vector<double>> solutions;
+    solutions.reserve(rightSides.size());
     for (const std::vector<double>& rightSide : rightSides)
       solutions.push_back(solve(decomposed, rightSide));
     return solutions;

@@ -10,11 +10,15 @@
 
 namespace Vantiflux {
 
-const char* const MotionFilterNode::typeName_ = "MotionFilter";
-const char* const MotionFilterNode::author_ = "The Vantiflux developers";
-const char* const MotionFilterNode::shortDescription_ =
+using N = MotionFilterNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "MotionFilter";
+template <>
+const char* const NodeDescription<N>::shortDescription_ =
     "Node for filtering out erroneous pieces of tracker data and for data prediction to compensate latency.";
-const char* const MotionFilterNode::longDescription_ =
+template <>
+const char* const NodeDescription<N>::longDescription_ =
     "Common tracker systems, such as the Polhemus Fastrak, sometimes produceerroneous data. E.g. if you place the "
     "sensor to a fixed position, it canhappen that if you do 100 measurements, 2 or 3 of them are "
     "significantlydifferent than the others. This makes the data's values to appear to jumpfrom time to time, although "
@@ -23,8 +27,8 @@ const char* const MotionFilterNode::longDescription_ =
     "This node tries to solve both problems at the same time by filteringout occasional outliers and by trying to "
     "predict future data.";
 
-using N = MotionFilterNode;
-Field MotionFilterNode::fields_[] = {
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("PosBufferSize",
                 "The number of positions to be stored in the buffer. Usually, the default should work well. 15 or 33 "
                 "are suggested.",
@@ -40,11 +44,12 @@ Field MotionFilterNode::fields_[] = {
                 "Number of orientations to use for the monotony test. 0 forces the assumption of monotony.", "4",
                 &N::setOriMonotonyTestLength, &N::getOriMonotonyTestLength),
 };
-NodeType MotionFilterNode::type_(typeName_, &MotionFilterNode::create, author_, shortDescription_, longDescription_,
-                                 fields_, std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* MotionFilterNode::create() {
-  return new MotionFilterNode;
+const NodeType* MotionFilterNode::type() const {
+  return &type_;
 }
 
 MotionFilterNode::MotionFilterNode() {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include <vantiflux/Export.h>
-#include <vantiflux/core/Field.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/filters/PoseFilterNode.h>
 #include <vantiflux/platform/tarsil/Mutex.h>
 
@@ -31,7 +31,7 @@ namespace Vantiflux {
 ///
 /// *Matrices.* Scale and shear of a pose are lost. Rotations are read by Matrix4::getTransform with all its turns, and
 /// averaged component by component in the signs that it gives: near half a turn, where q and -q meet, averages are off.
-class VANTIFLUX_API MotionFilterNode : public PoseFilterNode {
+class VANTIFLUX_API MotionFilterNode : public PoseFilterNode, public NodeDescription<MotionFilterNode> {
 public:
   /// A position with a zero, or a quaternion with its scalar last.
   using Point = std::array<float, 4>;
@@ -67,9 +67,7 @@ public:
   MotionFilterNode();
   ~MotionFilterNode() override;
 
-  const NodeType* type() const override { return &type_; }
-
-  static Node* create();
+  const NodeType* type() const override;
 
   /// Filters one part of a pose in place, as the next sample of its stream; a rotation comes out with length 1. Throws
   /// the text "slotIndex out of range in MotionFilterNode::filter." as a std::string for a stream that is none.
@@ -119,13 +117,6 @@ private:
   void setBufferSize(PartName name, std::uint32_t size);
   void setMonotonyTestLength(PartName name, std::uint32_t length);
   void resize(PartName name, std::uint32_t size);
-
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
 
   Tarsil::Mutex settingsLock_; ///< held while settings are checked against each other and changed
   std::array<Part, partCount> parts_{{{"pos"}, {"ori"}}};

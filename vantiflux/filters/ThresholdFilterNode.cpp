@@ -8,11 +8,15 @@
 
 namespace Vantiflux {
 
-const char* const ThresholdFilterNode::typeName_ = "ThresholdFilter";
-const char* const ThresholdFilterNode::author_ = "The Vantiflux developers";
-const char* const ThresholdFilterNode::shortDescription_ =
+using N = ThresholdFilterNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "ThresholdFilter";
+template <>
+const char* const NodeDescription<N>::shortDescription_ =
     "Node for filtering out tracker movements which are so small thatthey only annoy the user instead of helping him.";
-const char* const ThresholdFilterNode::longDescription_ =
+template <>
+const char* const NodeDescription<N>::longDescription_ =
     "Tracker systems produce data which is statistically spread arround the true sensor position. Thus, each "
     "measurement produces slightly different values, even though the tracker sensor remains still. If this is also the "
     "case for the head mounted sensor in a VR system, it causes each frame to have minimal differences, even when the "
@@ -20,18 +24,19 @@ const char* const ThresholdFilterNode::longDescription_ =
     "between frames which are expected to be identical. This filter only allows new values to get through if they are "
     "at least as different from their preceeding one as acertain threshold.";
 
-using N = ThresholdFilterNode;
-Field ThresholdFilterNode::fields_[] = {
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("PosThreshold", "Threshold for positions. Try something in the range of 0.003 to 0.01", "0.007",
                 &N::setPosThreshold, &N::getPosThreshold),
     fieldRow<N>("OriThreshold", "Threshold for orientations. Try something in the range of 0.001 to 0.01", "0.0022",
                 &N::setOriThreshold, &N::getOriThreshold),
 };
-NodeType ThresholdFilterNode::type_(typeName_, &ThresholdFilterNode::create, author_, shortDescription_,
-                                    longDescription_, fields_, std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* ThresholdFilterNode::create() {
-  return new ThresholdFilterNode;
+const NodeType* ThresholdFilterNode::type() const {
+  return &type_;
 }
 
 ThresholdFilterNode::ThresholdFilterNode() = default;

@@ -5,7 +5,7 @@
 #include <cstddef>
 
 #include <vantiflux/Export.h>
-#include <vantiflux/core/Field.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/filters/PoseFilterNode.h>
 
 namespace Vantiflux {
@@ -22,14 +22,12 @@ namespace Vantiflux {
 /// 0 passes everything, a sign counts for nothing. A pose of which nothing is held passes as it came, scale and all.
 /// Until something has passed a stream holds the position zero and no turn. Slots, threads and states are those of
 /// PoseFilterNode.
-class VANTIFLUX_API ThresholdFilterNode : public PoseFilterNode {
+class VANTIFLUX_API ThresholdFilterNode : public PoseFilterNode, public NodeDescription<ThresholdFilterNode> {
 public:
   ThresholdFilterNode();
   ~ThresholdFilterNode() override;
 
-  const NodeType* type() const override { return &type_; }
-
-  static Node* create();
+  const NodeType* type() const override;
 
   void setPosThreshold(float threshold) { posThreshold_ = threshold; }
   float getPosThreshold() const { return posThreshold_; }
@@ -48,13 +46,6 @@ private:
     Vec3<float> position;
     Rotation rotation{0, 0, 0, 1};
   };
-
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
 
   std::atomic<float> posThreshold_{0.007F};
   std::atomic<float> oriThreshold_{0.0022F};

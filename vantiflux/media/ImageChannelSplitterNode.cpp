@@ -4,18 +4,22 @@
 
 namespace Vantiflux {
 
-const char* const ImageChannelSplitterNode::typeName_ = "ImageChannelSplitter";
-const char* const ImageChannelSplitterNode::author_ = "The Vantiflux developers";
-const char* const ImageChannelSplitterNode::shortDescription_ =
+using N = ImageChannelSplitterNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "ImageChannelSplitter";
+template <>
+const char* const NodeDescription<N>::shortDescription_ =
     "Filter that splits images into their red, green, blue and alpha channels.";
-const char* const ImageChannelSplitterNode::longDescription_ =
+template <>
+const char* const NodeDescription<N>::longDescription_ =
     "Publishes the channels of each image as images in the format Y800. An image that is not in one of the common RGB "
     "formats is converted first.";
-NodeType ImageChannelSplitterNode::type_(typeName_, &ImageChannelSplitterNode::create, author_, shortDescription_,
-                                         longDescription_, nullptr, 0);
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, nullptr, 0);
 
-Node* ImageChannelSplitterNode::create() {
-  return new ImageChannelSplitterNode;
+const NodeType* ImageChannelSplitterNode::type() const {
+  return &type_;
 }
 
 ImageChannelSplitterNode::ImageChannelSplitterNode() {

@@ -3,6 +3,7 @@
 #include <vantiflux/Export.h>
 #include <vantiflux/core/InSlot.h>
 #include <vantiflux/core/Node.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/OutSlot.h>
 #include <vantiflux/values/SlotTypes.h>
 #include <vantiflux/values/TypeName.h>
@@ -20,27 +21,19 @@ namespace Vantiflux {
 /// | "Alpha Channel" | out       | `SmartPtr<Image>` | 255 unless the format has a fourth byte for each pixel |
 ///
 /// It has no fields. *Threads.* No thread of its own: it works in the producer's, and holds that up as long.
-class VANTIFLUX_API ImageChannelSplitterNode : public Node {
+class VANTIFLUX_API ImageChannelSplitterNode : public Node, public NodeDescription<ImageChannelSplitterNode> {
 public:
   ImageChannelSplitterNode();
   ~ImageChannelSplitterNode() override;
 
-  const NodeType* type() const override { return &type_; }
+  const NodeType* type() const override;
   void start() override;
   void stop() override;
   void newData(BasicInSlot& slot) override;
   void startInSlot(BasicInSlot& /*slot*/) override {}
   void stopInSlot(BasicInSlot& /*slot*/) override {}
 
-  static Node* create();
-
 private:
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static NodeType type_;
-
   InSlot<SmartPtr<Image>> frameIn_{"Image that gets split into its channels"};
   OutSlot<SmartPtr<Image>> red_{"The red channel"};
   OutSlot<SmartPtr<Image>> green_{"The green channel"};

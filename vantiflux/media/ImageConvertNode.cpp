@@ -6,22 +6,27 @@
 
 namespace Vantiflux {
 
-const char* const ImageConvertNode::typeName_ = "ImageConvert";
-const char* const ImageConvertNode::author_ = "The Vantiflux developers";
-const char* const ImageConvertNode::shortDescription_ = "Converts Video frames to to a given format.";
-const char* const ImageConvertNode::longDescription_ =
+using N = ImageConvertNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "ImageConvert";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Converts Video frames to to a given format.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
     "Converts images to luminance (Y800), to colour (RGB24) or to brightness and colour of each pixel (Y444). Which of "
     "them an image becomes depends on its own format as well.";
 
-using N = ImageConvertNode;
-Field ImageConvertNode::fields_[] = {
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("format", "format to convert to", "Y800", &N::setFormat, &N::getFormat),
 };
-NodeType ImageConvertNode::type_(typeName_, &ImageConvertNode::create, author_, shortDescription_, longDescription_,
-                                 fields_, std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* ImageConvertNode::create() {
-  return new ImageConvertNode;
+const NodeType* ImageConvertNode::type() const {
+  return &type_;
 }
 
 ImageConvertNode::ImageConvertNode()

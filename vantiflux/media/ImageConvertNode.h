@@ -3,7 +3,7 @@
 #include <string>
 
 #include <vantiflux/Export.h>
-#include <vantiflux/core/Field.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/Setting.h>
 #include <vantiflux/media/BasicThreadedFilterNode.h>
 
@@ -23,27 +23,18 @@ namespace Vantiflux {
 /// What comes out is what Image::convertFormat makes of it, which need not be the format that was asked for: readers
 /// look at the image. Where there is no conversion it is whatever the pool's image held. A missing image counts as one
 /// without pixels. *Threads* and *failure* as BasicThreadedFilterNode.
-class VANTIFLUX_API ImageConvertNode : public ThreadedImageFilterNode {
+class VANTIFLUX_API ImageConvertNode : public ThreadedImageFilterNode, public NodeDescription<ImageConvertNode> {
 public:
   ImageConvertNode();
   ~ImageConvertNode() override;
 
-  const NodeType* type() const override { return &type_; }
+  const NodeType* type() const override;
   SmartPtr<Image> transform(SmartPtr<Image>& frame) const override;
-
-  static Node* create();
 
   void setFormat(const std::string& format) { format_.set(format); }
   std::string getFormat() const { return format_.get(); }
 
 private:
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
-
   Setting<std::string> format_{"Y800"};
 };
 

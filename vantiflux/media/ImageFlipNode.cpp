@@ -9,22 +9,27 @@
 
 namespace Vantiflux {
 
-const char* const ImageFlipNode::typeName_ = "ImageFlip";
-const char* const ImageFlipNode::author_ = "The Vantiflux developers";
-const char* const ImageFlipNode::shortDescription_ = "Flips Video frames.";
-const char* const ImageFlipNode::longDescription_ =
+using N = ImageFlipNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "ImageFlip";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Flips Video frames.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
     "Mirrors images with whole bytes of colour for each pixel, at the horizontal axis, the vertical one, or both.";
 
-using N = ImageFlipNode;
-Field ImageFlipNode::fields_[] = {
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("flip_h", "horizontal image flipping", "false", &N::setFlipHorizontal, &N::getFlipHorizontal),
     fieldRow<N>("flip_v", "vertical image flipping", "false", &N::setFlipVertical, &N::getFlipVertical),
 };
-NodeType ImageFlipNode::type_(typeName_, &ImageFlipNode::create, author_, shortDescription_, longDescription_, fields_,
-                              std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* ImageFlipNode::create() {
-  return new ImageFlipNode;
+const NodeType* ImageFlipNode::type() const {
+  return &type_;
 }
 
 ImageFlipNode::ImageFlipNode() : ThreadedImageFilterNode("frames_in", "image input", "frames_out", "image output") {}

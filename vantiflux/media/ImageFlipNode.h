@@ -1,7 +1,7 @@
 #pragma once
 
 #include <vantiflux/Export.h>
-#include <vantiflux/core/Field.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/Setting.h>
 #include <vantiflux/media/BasicThreadedFilterNode.h>
 
@@ -21,15 +21,13 @@ namespace Vantiflux {
 ///
 /// With neither, and in formats that it does not know, it passes on the very image that came. A missing image counts as
 /// one without pixels. *Threads* and *failure* as BasicThreadedFilterNode.
-class VANTIFLUX_API ImageFlipNode : public ThreadedImageFilterNode {
+class VANTIFLUX_API ImageFlipNode : public ThreadedImageFilterNode, public NodeDescription<ImageFlipNode> {
 public:
   ImageFlipNode();
   ~ImageFlipNode() override;
 
-  const NodeType* type() const override { return &type_; }
+  const NodeType* type() const override;
   SmartPtr<Image> transform(SmartPtr<Image>& frame) const override;
-
-  static Node* create();
 
   void setFlipHorizontal(bool flip) { flipHorizontal_.set(flip); }
   bool getFlipHorizontal() const { return flipHorizontal_.get(); }
@@ -37,13 +35,6 @@ public:
   bool getFlipVertical() const { return flipVertical_.get(); }
 
 private:
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
-
   Setting<bool> flipHorizontal_{false};
   Setting<bool> flipVertical_{false};
 };

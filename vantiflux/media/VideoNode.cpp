@@ -7,15 +7,19 @@
 
 namespace Vantiflux {
 
-const char* const VideoNode::typeName_ = "Video";
-const char* const VideoNode::author_ = "The Vantiflux developers";
-const char* const VideoNode::shortDescription_ = "Grabs video frames from frame grabber devices.";
-const char* const VideoNode::longDescription_ =
+using N = VideoNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "Video";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Grabs video frames from frame grabber devices.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
     "Publishes the frames of a camera or a frame grabber while somebody uses them. The device is named by its number, "
     "by the path of its file, or by a pattern such as *webcam* for the name of its card.";
 
-using N = VideoNode;
-Field VideoNode::fields_[] = {
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("Device",
                 "A number starting at 0 specifying the device the Video Node should use to grab video frames.", "0",
                 &N::setDevice, &N::getDevice),
@@ -35,8 +39,13 @@ Field VideoNode::fields_[] = {
     fieldRow<N>("Trigger", "Use an external hardware trigger (when the hardware supports it).", "false", &N::setTrigger,
                 &N::getTrigger),
 };
-NodeType VideoNode::type_(typeName_, &VideoNode::create, author_, shortDescription_, longDescription_, fields_,
-                          std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &VideoNode::create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
+
+const NodeType* VideoNode::type() const {
+  return &type_;
+}
 
 Node* VideoNode::create() {
   return VideoNodeV4L_create();

@@ -3,8 +3,8 @@
 #include <string>
 
 #include <vantiflux/Export.h>
-#include <vantiflux/core/Field.h>
 #include <vantiflux/core/Node.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/OutSlot.h>
 #include <vantiflux/core/Setting.h>
 #include <vantiflux/values/SlotTypes.h>
@@ -32,11 +32,11 @@ namespace Vantiflux {
 /// | "Trigger"   | false   | use an external hardware trigger, where there is one |
 ///
 /// Fields may be set at any time and count from the next start on, "Device" from the next initialisation on.
-class VANTIFLUX_API VideoNode : public Node {
+class VANTIFLUX_API VideoNode : public Node, public NodeDescription<VideoNode> {
 public:
   ~VideoNode() override;
 
-  const NodeType* type() const override { return &type_; }
+  const NodeType* type() const override;
 
   static Node* create();
 
@@ -68,13 +68,6 @@ protected:
   OutSlot<SmartPtr<Image>> frames_{"Video frames"};
 
 private:
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
-
   Setting<std::string> device_{"0"};
   Setting<int> channel_{0};
   Setting<int> width_{0};

@@ -24,7 +24,7 @@ Session::Session(double seconds, std::function<void()> interrupt) : interrupt_(s
 }
 
 Session::~Session() {
-  pthread_kill(watcher_.native_handle(), SIGTERM); // as if it came from outside
+  pthread_kill(watcher_.native_handle(), SIGINT); // as if it came from outside; the watcher takes it
   watcher_.join();
 }
 

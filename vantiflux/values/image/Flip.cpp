@@ -13,7 +13,7 @@ bool canFlip(Image::Format format) noexcept {
 
 void flip(const Image& in, Image& out, bool horizontal, bool vertical) {
   if (&in == &out) {
-    const Image copy(in);
+    const Image copy(in); // NOLINT(performance-unnecessary-copy-initialization): out is in
     return flip(copy, out, horizontal, vertical);
   }
   out.setParameters(in.width(), in.height(), in.format());
