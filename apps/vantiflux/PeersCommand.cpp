@@ -105,15 +105,25 @@ void diagnose(std::ostream& stream, const Pelorn::MulticastSocket& socket, const
               "port.\n";
 }
 
-bool tryServer(std::ostream& stream, const std::string& server) {
-  const std::size_t colon = server.rfind(':');
-  const std::string digits = colon == std::string::npos ? "" : server.substr(colon + 1);
+struct Server {
+  std::string host;
+  std::uint16_t port;
+};
+
+Server parseServer(const std::string& text) {
+  const std::size_t colon = text.rfind(':');
+  const std::string digits = colon == std::string::npos ? "" : text.substr(colon + 1);
   if (digits.empty() || digits.size() > 5 || digits.find_first_not_of("0123456789") != std::string::npos ||
       std::stoi(digits) > std::numeric_limits<std::uint16_t>::max())
-    throw Pelorn::Exception("\"" + server + "\" is no host:port");
+    throw Pelorn::Exception("\"" + text + "\" is no host:port");
+  return {text.substr(0, colon), static_cast<std::uint16_t>(std::stoi(digits))};
+}
+
+bool tryServer(std::ostream& stream, const std::string& server) {
+  const auto [host, port] = parseServer(server);
   auto socket = std::make_unique<Pelorn::LinkSocket>();
   try {
-    socket->connect(server.substr(0, colon), static_cast<std::uint16_t>(std::stoi(digits)), connectTime);
+    socket->connect(host, port, connectTime);
   } catch (const Pelorn::IOException& error) {
     stream << error.what() << ".\n";
     return false;
@@ -137,6 +147,8 @@ bool tryServer(std::ostream& stream, const std::string& server) {
 } // namespace
 
 Peers findPeers(const PeersOptions& options) {
+  if (!options.server.empty())
+    parseServer(options.server); // it complains before anybody waits
   const InetAddress local = lookUp(options.address);
   Pelorn::MulticastSocket socket(SocketAddress(lookUp(options.group), options.port), options.ttl, local);
   const Heard heard = listen(socket, options.seconds);

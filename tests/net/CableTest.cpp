@@ -2,9 +2,14 @@
 // skipped without.
 #include <cstdlib>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include <sched.h>
+
 #include <gtest/gtest.h>
+
+#include <vantiflux/platform/pelorn/MulticastSocket.h>
 
 #include "PeerProcess.h"
 
@@ -16,13 +21,12 @@ bool run(const std::string& command) {
   return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
 }
 
-/// Two hosts with a cable between them, 10.93.0.1 and 10.93.0.2.
+/// Hosts in a row. A cable joins each to the next: on cable 0 the first is 10.93.0.1 and the second 10.93.0.2.
 class Hosts {
 public:
-  Hosts() {
-    const std::string base = "vtx" + std::to_string(getpid());
-    for (const char* const which : {"a", "b"}) {
-      names_.push_back(base + which);
+  explicit Hosts(int count = 2) {
+    for (int i = 0; i < count; ++i) {
+      names_.push_back("vtx" + std::to_string(getpid()) + static_cast<char>('a' + i));
       made_ = made_ && run("ip netns add " + names_.back()) && run("ip -n " + names_.back() + " link set lo up");
     }
   }
@@ -32,15 +36,20 @@ public:
   }
   bool made() const { return made_; }
 
-  bool plugIn() const {
-    bool good = run("ip link add cable netns " + names_[0] + " type veth peer name cable netns " + names_[1]);
-    for (std::size_t i = 0; i < 2; ++i)
-      good = good && run("ip -n " + names_[i] + " addr add 10.93.0." + std::to_string(i + 1) + "/24 dev cable") &&
-             run("ip -n " + names_[i] + " link set cable up");
+  bool plugIn(std::size_t cable = 0) const {
+    const std::string number = std::to_string(cable);
+    const std::string name = "cable" + number;
+    bool good = run("ip link add " + name + " netns " + names_[cable] + " type veth peer name " + name + " netns " +
+                    names_[cable + 1]);
+    for (std::size_t i = 0; i < 2; ++i) {
+      const std::string ip = "ip -n " + names_[cable + i];
+      const std::string address = "10.93." + number + '.' + std::to_string(i + 1);
+      good = good && run(ip + " addr add " + address + "/24 dev " + name) && run(ip + " link set " + name + " up");
+    }
     return good;
   }
-  bool setCable(const std::string& state) const { return run("ip -n " + names_[0] + " link set cable " + state); }
-  bool unplug() const { return run("ip -n " + names_[0] + " link del cable"); }
+  bool setCable(const std::string& state) const { return run("ip -n " + names_[0] + " link set cable0 " + state); }
+  bool unplug() const { return run("ip -n " + names_[0] + " link del cable0"); }
 
   std::vector<std::string> enter(std::size_t host) const { return {"ip", "netns", "exec", names_[host]}; }
 
@@ -95,6 +104,58 @@ TEST(Cable, InterfacesComeAndGoUnderARunningNode) {
     ASSERT_TRUE(hosts.unplug());
     EXPECT_TRUE(b.comesToLack("slots", "A/x"));
   }
+}
+
+// The first and the third have no way to each other.
+TEST(Cable, AValueOfOneMachineIsFilteredOnASecondAndUsedOnAThird) {
+  const Hosts hosts(3);
+  NEEDS(hosts);
+  ASSERT_TRUE(hosts.plugIn(0) && hosts.plugIn(1));
+  PeerProcess source(fields("A"), hosts.enter(0));
+  source.ask("out x");
+  PeerProcess filter(fields("B"), hosts.enter(1));
+  filter.ask("out y");
+  filter.ask("in in y"); // what comes in goes out at y
+  filter.ask("route A/x in");
+  PeerProcess sink(fields("C"), hosts.enter(2));
+  sink.ask("in z");
+  sink.ask("route B/y z");
+  ASSERT_TRUE(filter.comesToHold("slots", "A/x"));
+  ASSERT_TRUE(sink.comesToHold("slots", "B/y"));
+  source.ask("push x value 123456789012");
+  EXPECT_TRUE(sink.comesToHold("got z", "123456789012 value"));
+  EXPECT_EQ(sink.ask("slots").find("A/"), std::string::npos);
+  EXPECT_EQ(filter.ask("clients"), "2\n");
+}
+
+// The system counts how often a socket has joined, and forgets nothing by itself.
+TEST(Cable, AGroupIsHeardHoweverManyInterfacesHaveComeAndGone) {
+  bool made = false;
+  bool heard = true;
+  std::thread([&] { // a host of this thread's own
+    made = unshare(CLONE_NEWNET) == 0 && run("ip link set lo up");
+    if (!made)
+      return;
+    const Pelorn::InetAddress here = Pelorn::InetAddress::getByName("10.93.0.1");
+    Pelorn::MulticastSocket socket(
+        Pelorn::SocketAddress(Pelorn::InetAddress::getByName("239.255.71.1"), 4711), 1, Pelorn::InetAddress::any());
+    for (int round = 0; round < 25 && heard; ++round) {
+      ASSERT_TRUE(run("ip link add cable type veth peer name other") && run("ip addr add 10.93.0.1/24 dev cable") &&
+                  run("ip link set other up") && run("ip link set cable up"));
+      socket.refresh();
+      socket.sendToGroup("hello");
+      heard = eventually([&] {
+        char byte = 0;
+        Pelorn::SocketAddress from;
+        return socket.receive(&byte, 1, from) > 0 && from.getAddress() == here;
+      });
+      ASSERT_TRUE(run("ip link del cable"));
+      socket.refresh();
+    }
+  }).join();
+  if (!made)
+    GTEST_SKIP() << "This machine does not allow network namespaces";
+  EXPECT_TRUE(heard);
 }
 
 TEST(Cable, TheAddressChoosesTheInterfaceOfTheAnnouncementsToo) {

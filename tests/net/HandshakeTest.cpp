@@ -123,6 +123,9 @@ TEST(Handshake, StrangersAreDroppedWithALineInTheLog) {
   add.setCodec("SFUnheardOf");
   add.send(guest.link.get());
   add.setCodec("SFString");
+  add.setLabel(std::string(1025, 'x'));
+  add.send(guest.link.get());
+  add.setLabel("<b>");
   add.send(guest.link.get());
   EXPECT_TRUE(eventually([&] { return space.hasOut("<b>"); }));
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR: Unknown VantifluxCommand ID5\n");
@@ -130,6 +133,7 @@ TEST(Handshake, StrangersAreDroppedWithALineInTheLog) {
             "Got invalid Event of type Vantiflux::CommandEvent command: 5 from client 0\n"
             "Got invalid Event of type Vantiflux::SlotCommandEvent command: 4 from client 0\n"
             "Got invalid Event of type Vantiflux::CommandEvent command: 9 from client 0\n"
+            "Got invalid Event of type Vantiflux::AddSlotEvent command: 1 from client 0\n"
             "Got invalid Event of type Vantiflux::AddSlotEvent command: 1 from client 0\n");
   EXPECT_TRUE(guest.link->isOpen());
   guest.sendRaw("\xff\xff\xff\xff");
@@ -139,7 +143,7 @@ TEST(Handshake, StrangersAreDroppedWithALineInTheLog) {
 }
 
 TEST(Handshake, SlotsAreOfferedStartedAndStopped) {
-  Space space(loopbackFields());
+  Space space(loopbackFields() + std::vector<std::string>{"Prefix="}); // means the default
   OutSlot<std::string> out("of the test");
   OutSlot<Odd> odd("of a type without a codec");
   space.top.addOutSlot("out", &out);
@@ -217,6 +221,16 @@ TEST(Handshake, AServerThatCannotOpenIsAnErrorThatPasses) {
   second.node->disable();
   EXPECT_EQ(second.node->getState(), Node::Sleeping);
   EXPECT_EQ(second.node->getShortInfo(), "");
+
+  // Addresses that somebody may have to be asked for are opened by the receive thread.
+  second.node->setAddress("192.0.2.1"); // of no host
+  second.node->enable();
+  EXPECT_TRUE(eventually([&] { return second.node->getState() == Node::Error; }));
+  EXPECT_EQ(second.node->getShortInfo(), "Cannot open server");
+  second.node->setAddress("localhost");
+  second.node->enable();
+  EXPECT_TRUE(eventually([&] { return second.node->getState() == Node::Running; }));
+  EXPECT_EQ(second.node->getShortInfo(), "Server listening on localhost:" + std::to_string(second.port()));
 }
 
 TEST(Handshake, ServersAreParsed) {

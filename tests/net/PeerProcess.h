@@ -99,6 +99,11 @@ public:
     }));
     return state.substr(state.rfind(':') + 1, state.size() - state.rfind(':') - 2);
   }
+  /// Lets it call `exit` without taking anything apart, and returns its exit status.
+  int exit() {
+    ask("exit");
+    return reap();
+  }
   /// Ends it in order, and returns its exit status.
   int quit() {
     to_ = Pelorn::Descriptor();

@@ -90,18 +90,22 @@ TEST(Peers, RestartsOfEitherSideBringSlotsAndRoutesBack) {
 }
 
 TEST(Peers, ListedServersAreTriedAgainAndAgain) {
-  // Groups of their own: they cannot hear each other. The IDs must be equal all the same.
+  // Groups of their own: they cannot hear each other. The IDs must be equal all the same. The server's address is its
+  // own, so that nobody else is given the port while it is away.
   const Fields id{"ID=7"};
-  auto server = std::make_unique<PeerProcess>(named("S", loopbackFields() + id));
+  const std::string address = "127.77." + std::to_string(getpid() / 256 % 256) + '.' + std::to_string(getpid() % 256);
+  const Fields own = loopbackFields() + id + Fields{"Address=" + address};
+  auto server = std::make_unique<PeerProcess>(named("S", own));
   server->ask("out x");
   const std::string port = server->port();
-  PeerProcess client(named("C", loopbackFields() + id + Fields{"Servers=,127.0.0.1:" + port + ",,nonsense"}));
+  const std::string where = address + ':' + port;
+  PeerProcess client(named("C", loopbackFields() + id + Fields{"Servers=," + where + ",,nonsense"}));
   EXPECT_TRUE(client.comesToHold("slots", "out S/x\n"));
-  PeerProcess stranger(named("F", loopbackFields() + Fields{"ID=8", "Servers=127.0.0.1:" + port}));
+  PeerProcess stranger(named("F", loopbackFields() + Fields{"ID=8", "Servers=" + where}));
   EXPECT_TRUE(stranger.comesToHold("log", "Client has another ID (it is using 7) - disconnected"));
   server->kill(SIGKILL);
   EXPECT_TRUE(client.comesToLack("slots", "S/x"));
-  server = std::make_unique<PeerProcess>(named("S", loopbackFields() + id + Fields{"Port=" + port}));
+  server = std::make_unique<PeerProcess>(named("S", own + Fields{"Port=" + port}));
   server->ask("out x");
   EXPECT_TRUE(client.comesToHold("slots", "out S/x\n"));
   EXPECT_EQ(server->ask("clients"), "1\n");
@@ -219,6 +223,24 @@ TEST(Peers, AStoppedViewerHoldsNobodyUpAndSeesTheNewestImageWhenItGoesOn) {
   EXPECT_TRUE(eventually([&] { return viewer.got("v").second.find(" " + last + '\n') != std::string::npos; }))
       << viewer.ask("got v") << report;
   EXPECT_TRUE(eventually([&] { return second.got("v").second.find(" " + last + '\n') != std::string::npos; }));
+}
+
+TEST(Peers, AHostMayExitWithPeersAndThreadsAtWork) {
+  const Fields net = loopbackFields();
+  PeerProcess camera(named("K", net));
+  camera.ask("camera");
+  PeerProcess viewer(named("V", net));
+  viewer.ask("view v");
+  viewer.ask("route K/camera v");
+  PeerProcess second(named("W", net));
+  second.ask("view v");
+  second.ask("route K/camera v");
+  for (PeerProcess* const process : {&viewer, &second})
+    ASSERT_TRUE(eventually([&] { return process->got("v").first > 3; }));
+  EXPECT_EQ(viewer.exit(), 0);
+  EXPECT_EQ(camera.exit(), 0);
+  EXPECT_TRUE(second.comesToLack("slots", "K/"));
+  EXPECT_EQ(second.exit(), 0);
 }
 
 TEST(Peers, AViewerThatTakesNothingForLongIsLeftAndComesBack) {

@@ -3,6 +3,7 @@
 // dot. Labels and texts are single words.
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <iostream>
@@ -184,6 +185,8 @@ public:
       node_->enable();
     } else if (command == "disable") {
       node_->disable();
+    } else if (command == "exit") {
+      std::exit(0); // with everything at work
     }
     return answer;
   }

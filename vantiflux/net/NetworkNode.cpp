@@ -2,7 +2,6 @@
 #include <vantiflux/net/NetworkNode.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <iterator>
@@ -12,6 +11,7 @@
 #include <vantiflux/net/ExportedSlots.h>
 #include <vantiflux/net/ImportedSlots.h>
 #include <vantiflux/platform/pelorn/InetAddress.h>
+#include <vantiflux/platform/tarsil/Console.h>
 #include <vantiflux/platform/xmlwrap/XMLText.h>
 
 namespace Vantiflux {
@@ -27,17 +27,27 @@ constexpr short protocolMinor = 0;
 constexpr int helloTime = 1000;
 constexpr int serverInterval = 1000;
 
+// Whether somebody may have to be asked for the address, or for the name of it.
+bool mayAsk(const std::string& address) {
+  return !address.empty() && (Pelorn::InetAddress::needsLookUp(address) ||
+                              !Pelorn::InetAddress::getByName(address).isLoopback());
+}
+
 } // namespace
 
-const char* const NetworkNode::typeName_ = "Network";
-const char* const NetworkNode::author_ = "The Vantiflux developers";
-const char* const NetworkNode::shortDescription_ = "Shares slots with other processes.";
-const char* const NetworkNode::longDescription_ =
+using N = NetworkNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "Network";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Shares slots with other processes.";
+template <>
+const char* const NodeDescription<N>::longDescription_ =
     "Offers the slots of the surrounding namespace to the network nodes of other processes, which it finds by "
     "multicast, and publishes the slots that those offer.";
 
-using N = NetworkNode;
-Field NetworkNode::fields_[] = {
+template <>
+Field NodeDescription<N>::fields_[] = {
     fieldRow<N>("MulticastAddress", "IP address of the multicast group used by network nodes to connect to each other.",
                 "224.21.12.68", &N::setMulticastAddress, &N::getMulticastAddress),
     fieldRow<N>("MulticastPort", "Port number of the multicast group used by network nodes to connect to each other.",
@@ -62,7 +72,7 @@ Field NetworkNode::fields_[] = {
     fieldRow<N>("Prefix",
                 "A prefix the network node puts in front of all labels of exported slots. When you do not enter a "
                 "label here, the network node automatically takes the hostname as prefix.",
-                "{Hostname}/{SlotLabel}", &N::setPrefix, &N::getPrefix),
+                N::defaultPrefix, &N::setPrefix, &N::getPrefix),
     fieldRow<N>("Import",
                 "When this value is true, the network node imports OutSlots and InSlots from other network nodes.",
                 "true", &N::setImportSlots, &N::getImportSlots),
@@ -70,11 +80,12 @@ Field NetworkNode::fields_[] = {
                 "When this value is true, the network node exports OutSlots and InSlots to other network nodes.",
                 "true", &N::setExportSlots, &N::getExportSlots),
 };
-NodeType NetworkNode::type_(typeName_, &NetworkNode::create, author_, shortDescription_, longDescription_, fields_,
-                            std::size(fields_));
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
 
-Node* NetworkNode::create() {
-  return new NetworkNode;
+const NodeType* NetworkNode::type() const {
+  return &type_;
 }
 
 NetworkNode::NetworkNode()
@@ -104,7 +115,7 @@ void NetworkNode::setServers(const std::string& servers) {
       continue;
     const std::size_t colon = entry.find(':');
     if (colon == std::string::npos) {
-      std::fprintf(stderr, "ERROR: Invalid server definition \"%s\"\n", entry.c_str());
+      Tarsil::printErrorLine("ERROR: Invalid server definition \"" + entry + '"');
       continue;
     }
     const long port = std::strtol(entry.c_str() + colon + 1, nullptr, 10);
@@ -134,7 +145,8 @@ void NetworkNode::enable() {
     surrounding_ = getParent();
     if (surrounding_ != nullptr) {
       const std::lock_guard lock(announcementsLock_);
-      labelTemplate_.setFormat(getPrefix());
+      const std::string prefix = getPrefix();
+      labelTemplate_.setFormat(prefix.empty() ? defaultPrefix : prefix);
     }
     receiveWorker_.start([this] { return begin(); });
   }
@@ -150,19 +162,31 @@ bool NetworkNode::begin() {
     exportAll();
     surrounding_->addListener(*this);
   }
+  connector_.resetWait();
+  if (mayAsk(getAddress()) || openServer())
+    return true;
+  clear();
+  return false;
+}
+
+bool NetworkNode::openServer() {
   if (!connector_.open(getAddress(), getPort(), true)) {
-    std::fputs("ERROR: Cannot open server for Vantiflux Network node\n", stderr);
+    if (connector_.broken()) {
+      setState(Sleeping, "");
+      return false;
+    }
+    Tarsil::printErrorLine("ERROR: Cannot open server for Vantiflux Network node");
     setState(Error, "Cannot open server");
-    clear();
     return false;
   }
   const Pelorn::SocketAddress server = connector_.getServerAddress();
   const std::string where =
       (server.getAddress().isAny() ? hostName_ : server.getHostName()) + ':' + std::to_string(server.getServicePort());
-  std::printf("Vantiflux Network node listening on %s\n", where.c_str());
-  std::fflush(stdout);
+  Tarsil::printLine("Vantiflux Network node listening on " + where);
   setShortInfo("Server listening on " + where);
-  connectServers();
+  const TreeLock lock;
+  if (enabled())
+    connectServers();
   return true;
 }
 

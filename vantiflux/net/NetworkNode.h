@@ -14,8 +14,8 @@
 #include <vector>
 
 #include <vantiflux/Export.h>
-#include <vantiflux/core/Field.h>
 #include <vantiflux/core/Node.h>
+#include <vantiflux/core/NodeDescription.h>
 #include <vantiflux/core/NodeWorker.h>
 #include <vantiflux/core/Setting.h>
 #include <vantiflux/core/VariableReplacer.h>
@@ -35,7 +35,12 @@ namespace Vantiflux {
 /// server that cannot be reached, or is lost, is tried again every second.
 ///
 /// *States.* Running while enabled; Sleeping after that; Error when no server can be opened, until the node is enabled
-/// again. Fields count from the next enabling on, but for "Import".
+/// again. An "Address" that is not one of this host alone is opened by the receive thread, since somebody may have to
+/// be asked for it or for its name: the node is Sleeping until then. Fields count from the next enabling on, but for
+/// "Import".
+///
+/// *Limits.* Of one peer, 65536 out-slots and as many in-slots are taken, with labels of 1024 bytes at most. Two nodes
+/// in one namespace that pass each other's twins on come to an end there.
 ///
 /// *Threads.* Values and offers of peers are handled in the receive thread, values of this process are sent in the
 /// thread that pushes them, which is never held up by a slow peer: see Pelorn::Communicator. The connect thread sees to
@@ -49,18 +54,19 @@ namespace Vantiflux {
 /// *Twins* of peers' slots go with the root lock held, while the node is enabled: who holds it may use what he found.
 ///
 /// *Failure.* What a peer sends concerns that peer alone: at worst its connection is closed, with a line in the log.
-class VANTIFLUX_API NetworkNode : public Node, public Namespace::Listener {
+class VANTIFLUX_API NetworkNode : public Node, public Namespace::Listener, public NodeDescription<NetworkNode> {
 public:
   class ExportedOutSlot;
   class ExportedInSlot;
   class ImportedOutSlot;
   class ImportedInSlot;
 
+  static constexpr const char* defaultPrefix = "{Hostname}/{SlotLabel}";
+
   NetworkNode();
   ~NetworkNode() override;
 
-  const NodeType* type() const override { return &type_; }
-  static Node* create();
+  const NodeType* type() const override;
 
   /// Enabling a node that is enabled reads "Prefix" again, and tries once more to open a server that could not be
   /// opened.
@@ -133,6 +139,7 @@ private:
       std::unordered_map<Pelorn::Communicator*, std::unordered_map<unsigned long, std::shared_ptr<Imported>>>;
 
   bool begin();
+  bool openServer();
   void end();
   void clear();
   void connectThread();
@@ -165,6 +172,8 @@ private:
   std::shared_ptr<Imported> findImported(const ImportMap<Imported>& map, Pelorn::Communicator* communicator,
                                          unsigned long id) const;
   template <class Imported>
+  bool hasRoom(const ImportMap<Imported>& map, Pelorn::Communicator* communicator, const AddSlotEvent& event) const;
+  template <class Imported>
   void enter(ImportMap<Imported>& map, Pelorn::Communicator* communicator, unsigned long id,
              const std::shared_ptr<Imported>& slot);
   void withdrawImports(const std::vector<std::shared_ptr<ImportedSlot>>& slots);
@@ -176,17 +185,10 @@ private:
     return (id + 1) << 1 | (command == CommandEvent::SetInSlotState ? 1U : 0U);
   }
 
-  static const char* const typeName_;
-  static const char* const author_;
-  static const char* const shortDescription_;
-  static const char* const longDescription_;
-  static Field fields_[];
-  static NodeType type_;
-
   Setting<std::string> address_;
   Setting<unsigned short> port_{0};
   Setting<std::string> servers_;
-  Setting<std::string> prefix_{"{Hostname}/{SlotLabel}"};
+  Setting<std::string> prefix_{defaultPrefix};
   Setting<bool> import_{true};
   Setting<bool> export_{true};
   const std::string hostName_;

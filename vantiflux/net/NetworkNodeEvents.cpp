@@ -1,21 +1,30 @@
 // What peers say.
 #include <vantiflux/net/NetworkNode.h>
 
-#include <cstdio>
-#include <exception>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include <vantiflux/core/Root.h>
 #include <vantiflux/net/ExportedSlots.h>
 #include <vantiflux/net/ImportedSlots.h>
+#include <vantiflux/platform/tarsil/Console.h>
 #include <vantiflux/values/BasicCodec.h>
 
 namespace Vantiflux {
 
 using Pelorn::Communicator;
 
+namespace {
+
+constexpr std::size_t maxTwins = 65536;
+constexpr std::size_t maxLabel = 1024;
+
+} // namespace
+
 void NetworkNode::recvThread() {
+  if (!connector_.isOpen() && !openServer())
+    return;
   setState(Running);
   while (connector_.waitForCommunicators()) {
     Communicator* found = nullptr;
@@ -90,14 +99,19 @@ bool NetworkNode::dispatchEvent(Communicator* communicator, CommandEvent* event)
     done = handleSetInSlotStateEvent(communicator, dynamic_cast<SetStateEvent*>(event));
     break;
   default:
-    std::fprintf(stderr, "ERROR: Unknown VantifluxCommand ID%d\n", command);
+    Tarsil::printErrorLine("ERROR: Unknown VantifluxCommand ID" + std::to_string(command));
   }
-  if (!done) {
-    std::printf("Got invalid Event of type %s command: %d from client %d\n", event->type().getName().c_str(), command,
-                event->getClient());
-    std::fflush(stdout);
-  }
+  if (!done)
+    Tarsil::printLine("Got invalid Event of type " + event->type().getName() + " command: " + std::to_string(command) +
+                      " from client " + std::to_string(event->getClient()));
   return done;
+}
+
+template <class Imported>
+bool NetworkNode::hasRoom(const ImportMap<Imported>& map, Communicator* communicator, const AddSlotEvent& event) const {
+  const std::lock_guard lock(slotsLock_);
+  const auto client = map.find(communicator);
+  return event.getLabel().size() <= maxLabel && (client == map.end() || client->second.size() < maxTwins);
 }
 
 template <class Imported>
@@ -124,7 +138,9 @@ void NetworkNode::withdrawImports(const std::vector<std::shared_ptr<ImportedSlot
 }
 
 bool NetworkNode::handleAddOutSlotEvent(Communicator* communicator, AddSlotEvent* event) {
-  const BasicCodec* const codec = event == nullptr ? nullptr : BasicCodec::findCodec(event->getCodec());
+  const BasicCodec* const codec = event == nullptr || !hasRoom(importedOutSlots_, communicator, *event)
+                                      ? nullptr
+                                      : BasicCodec::findCodec(event->getCodec());
   auto decoder = codec == nullptr ? nullptr : codec->createDecoder();
   if (decoder == nullptr)
     return false;
@@ -137,7 +153,9 @@ bool NetworkNode::handleAddOutSlotEvent(Communicator* communicator, AddSlotEvent
 }
 
 bool NetworkNode::handleAddInSlotEvent(Communicator* communicator, AddSlotEvent* event) {
-  const BasicCodec* const codec = event == nullptr ? nullptr : BasicCodec::findCodec(event->getCodec());
+  const BasicCodec* const codec = event == nullptr || !hasRoom(importedInSlots_, communicator, *event)
+                                      ? nullptr
+                                      : BasicCodec::findCodec(event->getCodec());
   auto encoder = codec == nullptr ? nullptr : codec->createEncoder();
   if (encoder == nullptr)
     return false;

@@ -16,7 +16,8 @@ class Event;
 /// Cuts the bytes that arrive on a connection into events, wherever they are parted.
 ///
 /// *Memory.* The buffer grows with what has arrived and never because of a length that somebody states. An exception is
-/// a large event whose receiver has a place for its bulk: it checks the length itself and takes the memory at once.
+/// a large event whose receiver has a place for its bulk: it checks the length itself and asks for the memory at once,
+/// which the system gives as the bytes arrive.
 ///
 /// *Threads.* One at a time.
 ///

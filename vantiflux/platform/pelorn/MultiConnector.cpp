@@ -2,6 +2,7 @@
 #include <vantiflux/platform/pelorn/MultiConnector.h>
 
 #include <algorithm>
+#include <exception>
 #include <random>
 #include <utility>
 
@@ -83,9 +84,9 @@ MultiConnector::Settings MultiConnector::settings() const {
 }
 
 bool MultiConnector::open(const std::string& address, unsigned short port, bool multicast) {
-  close();
+  if (isOpen() || broken_)
+    return false;
   try {
-    server_.resetWait();
     server_.open(address, port, 128);
     {
       const std::lock_guard lock(linksLock_);
@@ -99,8 +100,8 @@ bool MultiConnector::open(const std::string& address, unsigned short port, bool 
     server_.close();
     return false;
   }
-  ending_ = broken_ = false;
   nextTick_ = Clock::now();
+  ending_ = false;
   if (thread_.start())
     return true;
   close();
@@ -115,9 +116,9 @@ void MultiConnector::openDiscovery(const InetAddress& local) {
   own.id = opened_.id;
   own.port = server_.getLocalAddress().getServicePort();
   own.instance = instance_;
-  const InetAddress group = InetAddress::getByName(opened_.multicastAddress);
-  if (!group.isValid())
+  if (InetAddress::needsLookUp(opened_.multicastAddress))
     throw IOException("Unknown multicast group", EADDRNOTAVAIL);
+  const InetAddress group = InetAddress::getByName(opened_.multicastAddress);
   discovery_.emplace(SocketAddress(group, opened_.multicastPort), opened_.multicastTtl, local, own,
                      Discovery::Links{[this](std::uint64_t instance) { return isLinked(instance); },
                                       [this](std::uint64_t instance, const SocketAddress& server) {
@@ -212,11 +213,17 @@ bool MultiConnector::receiveCommunicator(Communicator*& communicator) {
 
 void MultiConnector::breakWait() {
   broken_ = true;
+  server_.breakWait();
   receiveWait_.wake();
   const std::lock_guard lock(linksLock_);
   for (auto& [number, link] : links_)
     if (!link.added)
       link.communicator->close();
+}
+
+void MultiConnector::resetWait() {
+  server_.resetWait();
+  broken_ = false;
 }
 
 Communicator::Pointer MultiConnector::makeLink(std::unique_ptr<LinkSocket> socket, Link link) {
@@ -228,7 +235,7 @@ Communicator::Pointer MultiConnector::makeLink(std::unique_ptr<LinkSocket> socke
   });
   communicator->reader().setLimit(introductionLimit);
   const std::lock_guard lock(linksLock_);
-  if (broken_ || links_.size() >= maxLinks)
+  if (broken_ || !isOpen() || links_.size() >= maxLinks)
     return nullptr;
   communicator->setNumber(++lastNumber_);
   link.communicator = communicator;
@@ -349,7 +356,7 @@ void MultiConnector::setUp(Communicator& communicator) {
       communicator.socket().connect(target->getHostAddress(), target->getServicePort(), connectTime);
     if (addCommunicator(&communicator))
       return;
-  } catch (const IOException&) {
+  } catch (const std::exception&) { // no connection, or no memory for one
   }
   communicator.close();
   removeCommunicator(&communicator);

@@ -57,9 +57,11 @@ public:
   short getId() const;
 
   /// Listens on the interface with this address, or on all if it is empty; port 0 is a free one. With `multicast`,
-  /// announces that on the group, on the same interfaces. False when one of the two cannot be done. A connector that is
-  /// open is closed first.
+  /// announces that on the group, on the same interfaces. False when one of the two cannot be done, when the connector
+  /// is open, and from `breakWait` or `close` on until `resetWait`. Blocks for 10 seconds at most while the address is
+  /// looked up, if it is a name; the group is known by its number only.
   bool open(const std::string& address, unsigned short port, bool multicast);
+  bool isOpen() const noexcept { return !ending_; }
   /// Ends all connections and waits for the loop and for connections that are being set up. Not to be called from
   /// `addCommunicator`.
   void close();
@@ -75,8 +77,11 @@ public:
   bool communicatorsAvail(int& count);
   /// One that has data. It stays until it is removed. False when none has.
   bool receiveCommunicator(Communicator*& communicator);
-  /// Ends waits, attempts to connect, and introductions, at once, until the next `open`.
+  /// Ends waits, opening, attempts to connect, and introductions, at once, and makes later ones fail until `resetWait`:
+  /// whoever starts a thread that opens and receives calls that first.
   void breakWait();
+  void resetWait();
+  bool broken() const noexcept { return broken_; }
 
   /// Takes a communicator that has been set up; false to drop it. Overridden, it decides about that.
   virtual bool addCommunicator(Communicator* communicator);
@@ -135,6 +140,7 @@ private:
   Settings settings() const;
 
   int loop();
+  void turn();
   void serve(const Epoll::Ready& ready, Clock::time_point now);
   void acceptAll(Clock::time_point now);
   void watchServer(bool watch);
@@ -157,8 +163,8 @@ private:
   Epoll loopWait_;
   Epoll receiveWait_;
   Tarsil::ObjectThread<MultiConnector> thread_;
-  std::atomic<bool> ending_{false}; ///< the loop is to return
-  std::atomic<bool> broken_{true};  ///< nothing is to be waited for
+  std::atomic<bool> ending_{true};  ///< the loop is to return; not open
+  std::atomic<bool> broken_{false}; ///< nothing is to be waited for
 
   mutable std::mutex linksLock_; ///< guards what follows, up to toFlush_
   Settings opened_;              ///< those that open found

@@ -2,6 +2,7 @@
 #include <vantiflux/platform/pelorn/MultiConnector.h>
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include <vantiflux/platform/pelorn/MultiConnectorSetUp.h>
@@ -16,24 +17,34 @@ constexpr std::chrono::milliseconds acceptPause{100};
 
 } // namespace
 
+// A shortage of memory passes, or concerns one peer; the others are served on.
 int MultiConnector::loop() {
-  while (!ending_) {
-    Clock::time_point now = Clock::now();
-    if (reapSetUps() && (!acceptAgain_.has_value() || now >= *acceptAgain_)) {
-      acceptAgain_.reset();
-      watchServer(true);
-    } else {
-      watchServer(false);
+  while (!ending_)
+    try {
+      turn();
+    } catch (const std::exception&) {
+      acceptAgain_ = Clock::now() + acceptPause;
     }
-    for (const Epoll::Ready& ready : loopWait_.wait(pause(now)))
-      serve(ready, Clock::now());
-    flushAll();
-    now = Clock::now();
-    if (discovery_.has_value() && now >= nextTick_)
-      nextTick_ = discovery_->tick(now);
-    closeStalled(now);
-  }
   return 0;
+}
+
+void MultiConnector::turn() {
+  Clock::time_point now = Clock::now();
+  if (reapSetUps() && (!acceptAgain_.has_value() || now >= *acceptAgain_)) {
+    acceptAgain_.reset();
+    watchServer(true);
+  } else {
+    watchServer(false);
+  }
+  for (const Epoll::Ready& ready : loopWait_.wait(pause(now)))
+    serve(ready, Clock::now());
+  flushAll();
+  now = Clock::now();
+  if (discovery_.has_value() && now >= nextTick_) {
+    nextTick_ = now + acceptPause; // also if this turn fails
+    nextTick_ = discovery_->tick(now);
+  }
+  closeStalled(now);
 }
 
 // How long there is nothing to do by itself, in milliseconds.

@@ -56,11 +56,17 @@ MulticastSocket::MulticastSocket(const SocketAddress& group, int ttl, const Inet
 bool MulticastSocket::refresh() {
   std::vector<NetworkInterface> now = NetworkInterface::list(local_);
   const bool changed = now != interfaces_;
-  // Joining again what is joined fails and does no harm; an interface that went and came back must be joined anew.
-  for (const NetworkInterface& interface : now) {
+  const auto ask = [&](int option, const NetworkInterface& interface) {
     const ip_mreqn request{nativeAddress(address_.getAddress()), nativeAddress(interface.address), interface.index};
-    ::setsockopt(group_.get(), IPPROTO_IP, IP_ADD_MEMBERSHIP, &request, sizeof request);
-  }
+    ::setsockopt(group_.get(), IPPROTO_IP, option, &request, sizeof request);
+  };
+  // The system counts the memberships of a socket, those on interfaces that are gone among them.
+  for (const NetworkInterface& before : interfaces_)
+    if (std::none_of(now.begin(), now.end(), [&](const auto& one) { return one.index == before.index; }))
+      ask(IP_DROP_MEMBERSHIP, before);
+  // Joining again what is joined fails and does no harm; an interface that went and came back must be joined anew.
+  for (const NetworkInterface& interface : now)
+    ask(IP_ADD_MEMBERSHIP, interface);
   interfaces_ = std::move(now);
   return changed;
 }
