@@ -20,6 +20,9 @@ constexpr std::size_t batchBytes = std::size_t{256} << 10;
 constexpr std::size_t maxPieces = 512; // the system takes 1024
 constexpr int batchesInARow = 16;
 
+constexpr std::size_t gatherBytes = std::size_t{32} << 10;
+constexpr std::chrono::microseconds gatherAfter{500};
+
 } // namespace
 
 Communicator::Communicator(std::unique_ptr<LinkSocket> socket, std::function<void(Communicator&)> handOver)
@@ -120,7 +123,7 @@ bool Communicator::refill() {
   const std::lock_guard lock(mutex_);
   queue_.take(pending_, batchBytes);
   busy_ = !pending_.empty();
-  progress_ = Clock::now();
+  progress_ = flushed_ = Clock::now();
   return busy_;
 }
 
@@ -144,6 +147,11 @@ Communicator::Flushed Communicator::flush() {
     }
   }
   return Flushed::More;
+}
+
+bool Communicator::isGathering(Clock::time_point now) const {
+  const std::lock_guard lock(mutex_);
+  return queue_.bytes() < gatherBytes && now - flushed_ < gatherAfter;
 }
 
 bool Communicator::isStalledSince(Clock::time_point moment) const {

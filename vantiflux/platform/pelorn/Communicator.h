@@ -60,6 +60,8 @@ public:
   /// more for now.
   enum class Flushed { All, Blocked, More, Failed };
   Flushed flush();
+  /// Whether so little waits, so soon after the last flush, that it pays to let some more come first.
+  bool isGathering(Clock::time_point now) const;
   /// Whether something has waited since before that moment without a byte being taken.
   bool isStalledSince(Clock::time_point moment) const;
 
@@ -83,13 +85,14 @@ private:
   std::atomic<bool> admitted_{false};
   FrameReader reader_;
 
-  mutable std::mutex mutex_; ///< innermost; guards the next six
+  mutable std::mutex mutex_; ///< innermost; guards the next seven
   OutputQueue queue_;
   bool busy_ = false;   ///< somebody writes: a sender, or the loop from when it was handed over
   bool closed_ = false; ///< nothing is sent any more
   int credit_ = 0;      ///< events that may be written at once
   Clock::time_point credited_{};
   Clock::time_point progress_{}; ///< when bytes were taken last, or the queue began to fill
+  Clock::time_point flushed_{};  ///< when the loop last took something from the queue, or found it empty
 
   // Of whoever is busy.
   std::vector<Frame::Pointer> pending_;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <thread>
 #include <utility>
 
 #include <vantiflux/platform/pelorn/MultiConnectorSetUp.h>
@@ -14,6 +15,7 @@ namespace {
 constexpr std::chrono::seconds stalledAfter{10};
 constexpr std::chrono::milliseconds stalledCheck{500};
 constexpr std::chrono::milliseconds acceptPause{100};
+constexpr std::chrono::microseconds gatherTime{50};
 
 } // namespace
 
@@ -125,7 +127,16 @@ void MultiConnector::flush(const Communicator::Pointer& communicator) {
   toFlush_.push_back(communicator);
 }
 
+// Values that have been coming without a pause are waited for a little: one wake-up and one write for many of them.
 void MultiConnector::flushAll() {
+  bool gathering = false;
+  {
+    const Clock::time_point time = Clock::now();
+    const std::lock_guard lock(linksLock_);
+    gathering = std::any_of(toFlush_.begin(), toFlush_.end(), [&](const auto& one) { return one->isGathering(time); });
+  }
+  if (gathering)
+    std::this_thread::sleep_for(gatherTime);
   std::vector<Communicator::Pointer> now;
   {
     const std::lock_guard lock(linksLock_);

@@ -4,10 +4,20 @@
 
 namespace Pelorn {
 
+namespace {
+
+constexpr std::size_t smallBelow = 1024;
+constexpr std::size_t runSize = std::size_t{64} << 10;
+/// Of a frame that small states were copied into. No state has this number.
+constexpr std::uint64_t runNumber = ~std::uint64_t{0};
+
+} // namespace
+
 bool OutputQueue::push(Frame::Pointer frame) {
   const std::size_t size = frame->bytes.size();
   const std::uint64_t number = frame->supersedes;
   if (number == 0) {
+    run_ = nullptr;
     commandBytes_ += size;
     if (commandBytes_ > giveUpAt)
       return false;
@@ -23,9 +33,27 @@ bool OutputQueue::push(Frame::Pointer frame) {
     found->second = taken_ + frames_.size();
   } else if (indexed_) {
     latest_[number] = taken_ + frames_.size();
+  } else if (joinRun(*frame)) {
+    return true;
   }
   bytes_ += size;
   frames_.push_back(std::move(frame));
+  return true;
+}
+
+bool OutputQueue::joinRun(const Frame& frame) {
+  const std::size_t size = frame.bytes.size();
+  if (size >= smallBelow || !frame.bytes.blocks().empty()) {
+    run_ = nullptr;
+    return false;
+  }
+  if (run_ == nullptr || run_->bytes.size() + size > runSize) {
+    run_ = std::make_shared<Frame>();
+    run_->supersedes = runNumber;
+    frames_.push_back(run_);
+  }
+  run_->bytes.append(frame.bytes.text().data(), size);
+  bytes_ += size;
   return true;
 }
 
@@ -34,9 +62,10 @@ void OutputQueue::index() {
   if (indexed_)
     return;
   indexed_ = true;
+  run_ = nullptr;
   latest_.clear();
   for (std::size_t i = 0; i < frames_.size(); ++i)
-    if (frames_[i]->supersedes != 0)
+    if (frames_[i]->supersedes != 0 && frames_[i]->supersedes != runNumber)
       latest_[frames_[i]->supersedes] = taken_ + i;
 }
 
@@ -51,12 +80,15 @@ void OutputQueue::take(std::vector<Frame::Pointer>& batch, std::size_t bytes) {
       commandBytes_ -= size;
     batch.push_back(std::move(frames_.front()));
     frames_.pop_front();
+    if (frames_.empty())
+      run_ = nullptr; // it has left
   }
   indexed_ = false;
 }
 
 void OutputQueue::clear() {
   frames_.clear();
+  run_ = nullptr;
   bytes_ = commandBytes_ = 0;
   indexed_ = false;
 }
