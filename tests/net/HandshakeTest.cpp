@@ -142,6 +142,31 @@ TEST(Handshake, StrangersAreDroppedWithALineInTheLog) {
   EXPECT_TRUE(eventually([&] { return !space.hasOut("<b>"); }));
 }
 
+// What was received until then goes with it.
+TEST(Handshake, APeerMayEndInTheMiddleOfAnImage) {
+  for (const bool disabled : {false, true}) {
+    Space space(loopbackFields());
+    const Client client(space);
+    client.greet("Vantiflux", 2, 0, space.node->getId());
+    AddSlotEvent add(CommandEvent::AddOutSlot);
+    add.setSlotId(5);
+    add.setLabel("camera");
+    add.setCodec("SFImage");
+    add.send(client.link.get());
+    SetStateEvent state(CommandEvent::SetOutSlotState);
+    state.setSlotId(5);
+    state.getState().append("\0\1\0\0\0\1\0\0\5\0\0\0", 12); // 256 by 256
+    state.getState().text().resize(12 + std::size_t{3} * 256 * 256);
+    client.sendRaw(state.encode()->bytes.str().substr(0, 100'000));
+    EXPECT_TRUE(eventually([&] { return space.hasOut("camera"); }));
+    if (disabled)
+      space.node->disable();
+    else
+      client.link->close();
+    EXPECT_TRUE(eventually([&] { return !space.hasOut("camera"); }));
+  }
+}
+
 TEST(Handshake, SlotsAreOfferedStartedAndStopped) {
   Space space(loopbackFields() + std::vector<std::string>{"Prefix="}); // means the default
   OutSlot<std::string> out("of the test");

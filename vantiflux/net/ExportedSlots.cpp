@@ -151,12 +151,9 @@ void NetworkNode::ExportedOutSlot::welcome(Pelorn::Communicator& communicator) {
 NetworkNode::ExportedInSlot::ExportedInSlot(NetworkNode& node, std::unique_ptr<BasicDecoder> decoder, unsigned long id,
                                             const std::string& label, BasicInSlot* slot, const std::string& codec)
     : ExportedSlot(node, id, label, *slot, codec, CommandEvent::AddInSlot, CommandEvent::RemoveInSlot), slot_(slot),
-      decoder_(std::move(decoder)) {}
+      decoder_(retireAtLast(std::move(decoder))) {}
 
-NetworkNode::ExportedInSlot::~ExportedInSlot() {
-  const BasicOutSlot* const slot = decoder_->getOutSlot();
-  retireSlot(std::move(decoder_), slot);
-}
+NetworkNode::ExportedInSlot::~ExportedInSlot() = default;
 
 void NetworkNode::ExportedInSlot::connect() {
   decoder_->getOutSlot()->connect(slot_);

@@ -97,14 +97,14 @@ public:
 
   /// In the receive thread.
   void handleSetStateEvent(const SetStateEvent& event) { decoder_->decodeAndPush(event); }
-  BasicDecoder& decoder() noexcept { return *decoder_; }
+  const std::shared_ptr<BasicDecoder>& decoder() const noexcept { return decoder_; }
 
 private:
   void connect() override;
   void disconnect() override;
 
   BasicInSlot* const slot_;
-  std::unique_ptr<BasicDecoder> decoder_;
+  const std::shared_ptr<BasicDecoder> decoder_; ///< shared with a value that is arriving
 };
 
 } // namespace Vantiflux

@@ -38,14 +38,11 @@ void NetworkNode::ImportedSlot::sendCommand(CommandEvent::Command command) const
 NetworkNode::ImportedOutSlot::ImportedOutSlot(NetworkNode& node, std::unique_ptr<BasicDecoder> decoder,
                                               Pelorn::Communicator* communicator, unsigned long id,
                                               const std::string& label)
-    : ImportedSlot(node, communicator, id, label), decoder_(std::move(decoder)) {
+    : ImportedSlot(node, communicator, id, label), decoder_(retireAtLast(std::move(decoder))) {
   decoder_->getOutSlot()->addListener(*this);
 }
 
-NetworkNode::ImportedOutSlot::~ImportedOutSlot() {
-  const Slot* const retired = slot();
-  retireSlot(std::move(decoder_), retired);
-}
+NetworkNode::ImportedOutSlot::~ImportedOutSlot() = default;
 
 void NetworkNode::ImportedOutSlot::addTo(NetworkNode& node) {
   node.addOutSlot(label_, decoder_->getOutSlot());

@@ -54,7 +54,7 @@ public:
 
   /// In the receive thread.
   void handleSetStateEvent(const SetStateEvent& event) { decoder_->decodeAndPush(event); }
-  BasicDecoder& decoder() noexcept { return *decoder_; }
+  const std::shared_ptr<BasicDecoder>& decoder() const noexcept { return decoder_; }
 
 private:
   void startOutSlot(BasicOutSlot& slot) override;
@@ -63,7 +63,7 @@ private:
   void removeFrom(NetworkNode& node) override;
   const Slot* slot() const noexcept override { return decoder_->getOutSlot(); }
 
-  std::unique_ptr<BasicDecoder> decoder_;
+  const std::shared_ptr<BasicDecoder> decoder_; ///< shared with a value that is arriving
 };
 
 /// The twin of a peer's in-slot. Each value goes to the peer.

@@ -257,25 +257,20 @@ std::unique_ptr<Pelorn::Event> NetworkNode::beginBulk(Communicator* communicator
   auto event = SetStateEvent::begin(state, length, stateLength);
   if (event == nullptr)
     return nullptr;
-  std::shared_ptr<void> keeper;
-  BasicDecoder* decoder = nullptr;
+  std::shared_ptr<BasicDecoder> decoder; // not the slot, which keeps the communicator, which keeps the event
   if (event->getCommand() == CommandEvent::SetOutSlotState) {
-    if (auto slot = findImported(importedOutSlots_, communicator, event->getSlotId())) {
-      decoder = &slot->decoder();
-      keeper = std::move(slot);
-    }
+    if (const auto slot = findImported(importedOutSlots_, communicator, event->getSlotId()))
+      decoder = slot->decoder();
   } else if (event->getCommand() == CommandEvent::SetInSlotState) {
-    if (auto slot = findExported(exportedInSlots_, event->getSlotId())) {
-      decoder = &slot->decoder();
-      keeper = std::move(slot);
-    }
+    if (const auto slot = findExported(exportedInSlots_, event->getSlotId()))
+      decoder = slot->decoder();
   }
   auto value = decoder == nullptr ? nullptr : decoder->begin(state, stateLength);
   if (value == nullptr)
     return nullptr;
   rest = value->block();
   head = state;
-  event->setPending(std::move(keeper), std::move(value));
+  event->setPending(std::move(decoder), std::move(value));
   return event;
 }
 

@@ -4,7 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include <vantiflux/core/Slot.h>
+#include <vantiflux/core/BasicOutSlot.h>
+#include <vantiflux/values/BasicDecoder.h>
 
 namespace Vantiflux {
 
@@ -41,6 +42,13 @@ void retireSlot(std::shared_ptr<void> owner, const Slot* slot) {
     over.push_back(std::move(list[i]));
     list.erase(list.begin() + static_cast<std::ptrdiff_t>(i));
   }
+}
+
+std::shared_ptr<BasicDecoder> retireAtLast(std::unique_ptr<BasicDecoder> decoder) {
+  return {decoder.release(), [](BasicDecoder* last) {
+            const Slot* const slot = last->getOutSlot();
+            retireSlot(std::unique_ptr<BasicDecoder>(last), slot);
+          }};
 }
 
 } // namespace Vantiflux
