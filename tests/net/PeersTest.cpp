@@ -106,6 +106,10 @@ TEST(Peers, ListedServersAreTriedAgainAndAgain) {
   server->kill(SIGKILL);
   EXPECT_TRUE(client.comesToLack("slots", "S/x"));
   server = std::make_unique<PeerProcess>(named("S", own + Fields{"Port=" + port}));
+  ASSERT_TRUE(eventually([&] { // somebody may have the port on all addresses for a moment
+    server->ask("enable");
+    return server->ask("state").find("listening") != std::string::npos;
+  }));
   server->ask("out x");
   EXPECT_TRUE(client.comesToHold("slots", "out S/x\n"));
   EXPECT_EQ(server->ask("clients"), "1\n");
