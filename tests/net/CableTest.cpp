@@ -137,8 +137,8 @@ TEST(Cable, AGroupIsHeardHoweverManyInterfacesHaveComeAndGone) {
     if (!made)
       return;
     const Pelorn::InetAddress here = Pelorn::InetAddress::getByName("10.93.0.1");
-    Pelorn::MulticastSocket socket(
-        Pelorn::SocketAddress(Pelorn::InetAddress::getByName("239.255.71.1"), 4711), 1, Pelorn::InetAddress::any());
+    Pelorn::MulticastSocket socket(Pelorn::SocketAddress(Pelorn::InetAddress::getByName("239.255.71.1"), 4711), 1,
+                                   Pelorn::InetAddress::any());
     for (int round = 0; round < 25 && heard; ++round) {
       ASSERT_TRUE(run("ip link add cable type veth peer name other") && run("ip addr add 10.93.0.1/24 dev cable") &&
                   run("ip link set other up") && run("ip link set cable up"));
@@ -152,7 +152,8 @@ TEST(Cable, AGroupIsHeardHoweverManyInterfacesHaveComeAndGone) {
       ASSERT_TRUE(run("ip link del cable"));
       socket.refresh();
     }
-  }).join();
+  })
+      .join();
   if (!made)
     GTEST_SKIP() << "This machine does not allow network namespaces";
   EXPECT_TRUE(heard);

@@ -84,9 +84,8 @@ public:
       auto client = std::make_unique<Client>(space);
       client->greet("Vantiflux", 2, minor, space.node->getId(), instance);
       client->receive();
-      if (eventually([&] {
-            return clients() > before || client->link->waitForEvent(0) == Pelorn::WaitResult::Error;
-          }) &&
+      if (eventually(
+              [&] { return clients() > before || client->link->waitForEvent(0) == Pelorn::WaitResult::Error; }) &&
           clients() > before)
         return client;
     }

@@ -29,8 +29,8 @@ constexpr int serverInterval = 1000;
 
 // Whether somebody may have to be asked for the address, or for the name of it.
 bool mayAsk(const std::string& address) {
-  return !address.empty() && (Pelorn::InetAddress::needsLookUp(address) ||
-                              !Pelorn::InetAddress::getByName(address).isLoopback());
+  return !address.empty() &&
+         (Pelorn::InetAddress::needsLookUp(address) || !Pelorn::InetAddress::getByName(address).isLoopback());
 }
 
 } // namespace

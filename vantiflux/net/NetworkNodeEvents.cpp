@@ -127,8 +127,8 @@ void NetworkNode::enter(ImportMap<Imported>& map, Communicator* communicator, un
   slot->init();
 }
 
-// In the receive thread, which holds no lock. Slots that were found under the root lock stay until it is released; whoever
-// waits for this thread under it lends it.
+// In the receive thread, which holds no lock. Slots that were found under the root lock stay until it is released;
+// whoever waits for this thread under it lends it.
 void NetworkNode::withdrawImports(const std::vector<std::shared_ptr<ImportedSlot>>& slots) {
   std::optional<Root::WriteLock> root;
   if (Root::isInitialized()) // a host's own namespaces may outlive the root

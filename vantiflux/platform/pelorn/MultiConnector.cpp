@@ -1,4 +1,5 @@
-// The connections of a connector; its loop stands in MultiConnectorLoop.cpp.
+// The connections of a connector; how peers agree about them stands in MultiConnectorSettling.cpp, its loop in
+// MultiConnectorLoop.cpp.
 #include <vantiflux/platform/pelorn/MultiConnector.h>
 
 #include <algorithm>
@@ -14,7 +15,6 @@ namespace Pelorn {
 namespace {
 
 constexpr int connectTime = 5000;
-constexpr int verdictTime = 1000;
 constexpr std::size_t maxLinks = 1024;
 /// The greatest event of a peer that has not introduced itself.
 constexpr std::size_t introductionLimit = std::size_t{64} << 10;
@@ -285,19 +285,6 @@ void MultiConnector::removeCommunicator(Communicator* communicator) {
   links_.erase(kept->number());
 }
 
-// The server behind this connection is connected already, or need not be: it is not tried again.
-void MultiConnector::shareServer(std::uint64_t instance, const Communicator& communicator) {
-  const std::lock_guard lock(linksLock_);
-  const Link* const link = find(communicator);
-  if (link == nullptr || !link->server.has_value())
-    return;
-  if (instance == instance_)
-    thisServer_.push_back(*link->server);
-  for (auto& [number, other] : links_)
-    if (&other != link && other.instance == instance && !other.server.has_value())
-      other.server = link->server;
-}
-
 bool MultiConnector::connectToServer(const std::string& address, unsigned short port) {
   if (isConnectedToServer(address, port))
     return true;
@@ -360,60 +347,6 @@ void MultiConnector::setUp(Communicator& communicator) {
   }
   communicator.close();
   removeCommunicator(&communicator);
-}
-
-void MultiConnector::introduce(HelloEvent& hello) const {
-  const std::lock_guard lock(linksLock_);
-  hello.setLink(instance_, opened_.id);
-}
-
-// Gives the connection to this peer, unless there is another one; with `replace`, that one goes.
-bool MultiConnector::claim(std::uint64_t instance, const Communicator& communicator, bool replace) {
-  const std::lock_guard lock(linksLock_);
-  Link* const link = find(communicator);
-  if (link == nullptr)
-    return false;
-  for (auto& [number, other] : links_)
-    if (&other != link && other.instance == instance && other.communicator->isOpen()) {
-      if (!replace)
-        return false;
-      other.instance = 0;
-      other.communicator->close();
-    }
-  link->instance = instance;
-  return true;
-}
-
-MultiConnector::Settled MultiConnector::settle(Communicator& communicator, const HelloEvent& hello) {
-  std::uint64_t own = 0;
-  short id = 0;
-  {
-    const std::lock_guard lock(linksLock_);
-    own = instance_;
-    id = opened_.id;
-  }
-  const auto drop = [&](Settled reason) {
-    shareServer(hello.getInstance(), communicator);
-    return reason;
-  };
-  if (hello.getInstance() == own)
-    return drop(Settled::IsThisOne);
-  if (hello.getId() != id)
-    return Settled::HasOtherId;
-  if (own < hello.getInstance()) {
-    const bool stays = claim(hello.getInstance(), communicator, false);
-    const bool sent = VerdictEvent(stays).send(&communicator);
-    return !stays ? drop(Settled::IsDuplicate) : sent ? Settled::Stays : Settled::Failed;
-  }
-  std::unique_ptr<Event> event;
-  if (communicator.waitForEvent(verdictTime) != WaitResult::Data || !Event::receive(&communicator, event))
-    return Settled::Failed;
-  const auto* const verdict = dynamic_cast<const VerdictEvent*>(event.get());
-  if (verdict == nullptr)
-    return Settled::Failed;
-  if (!verdict->stays())
-    return drop(Settled::IsDuplicate);
-  return claim(hello.getInstance(), communicator, true) ? Settled::Stays : Settled::Failed;
 }
 
 } // namespace Pelorn
