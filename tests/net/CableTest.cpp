@@ -112,18 +112,9 @@ TEST(Cable, AValueOfOneMachineIsFilteredOnASecondAndUsedOnAThird) {
   NEEDS(hosts);
   ASSERT_TRUE(hosts.plugIn(0) && hosts.plugIn(1));
   PeerProcess source(fields("A"), hosts.enter(0));
-  source.ask("out x");
   PeerProcess filter(fields("B"), hosts.enter(1));
-  filter.ask("out y");
-  filter.ask("in in y"); // what comes in goes out at y
-  filter.ask("route A/x in");
   PeerProcess sink(fields("C"), hosts.enter(2));
-  sink.ask("in z");
-  sink.ask("route B/y z");
-  ASSERT_TRUE(filter.comesToHold("slots", "A/x"));
-  ASSERT_TRUE(sink.comesToHold("slots", "B/y"));
-  source.ask("push x value 123456789012");
-  EXPECT_TRUE(sink.comesToHold("got z", "123456789012 value"));
+  expectChain(source, filter, sink);
   EXPECT_EQ(sink.ask("slots").find("A/"), std::string::npos);
   EXPECT_EQ(filter.ask("clients"), "2\n");
 }

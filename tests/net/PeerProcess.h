@@ -90,6 +90,12 @@ public:
     const std::size_t blank = answer.find(' ');
     return {std::stol(answer), blank == std::string::npos ? "" : answer.substr(blank + 1)};
   }
+  /// Shows the images of a peer's slot at "v", and waits for the first of them.
+  bool view(const std::string& slot) {
+    ask("view v");
+    ask("route " + slot + " v");
+    return eventually([&] { return got("v").first > 3; });
+  }
   /// The port that the node listens on.
   std::string port() {
     std::string state;
@@ -129,5 +135,19 @@ private:
   Pelorn::Descriptor to_;
   Pelorn::Descriptor from_;
 };
+
+/// A value of A goes through B, which passes what comes from A on at a slot of its own, to C, all with its time stamp.
+inline void expectChain(PeerProcess& a, PeerProcess& b, PeerProcess& c) {
+  a.ask("out x");
+  b.ask("out y");
+  b.ask("in in y"); // what comes in goes out at y
+  b.ask("route A/x in");
+  c.ask("in z");
+  c.ask("route B/y z");
+  ASSERT_TRUE(b.comesToHold("slots", "A/x"));
+  ASSERT_TRUE(c.comesToHold("slots", "B/y"));
+  a.ask("push x value 123456789012");
+  EXPECT_TRUE(c.comesToHold("got z", "123456789012 value"));
+}
 
 } // namespace test

@@ -145,20 +145,11 @@ TEST(Peers, ImportAndExportCanBeOffAndOtherIDsStayApart) {
 TEST(Peers, AValueTravelsThroughThreeProcessesWithItsTimeStamp) {
   const Fields net = loopbackFields();
   PeerProcess source(named("A", net));
-  source.ask("out x");
   PeerProcess filter(named("B", net));
-  filter.ask("out y");
-  filter.ask("in in y"); // what comes in goes out at y
-  filter.ask("route A/x in");
   PeerProcess sink(named("C", net));
-  sink.ask("in z");
-  sink.ask("route B/y z");
   sink.ask("in direct");
   sink.ask("route A/x direct");
-  ASSERT_TRUE(sink.comesToHold("slots", "B/y"));
-  ASSERT_TRUE(filter.comesToHold("slots", "A/x"));
-  source.ask("push x value 123456789012");
-  EXPECT_TRUE(sink.comesToHold("got z", "123456789012 value"));
+  expectChain(source, filter, sink);
   EXPECT_TRUE(sink.comesToHold("got direct", "123456789012 value"));
   // Two used it; the one that is left goes on getting values.
   sink.ask("unroute A/x direct");
@@ -206,17 +197,22 @@ TEST(Peers, APeerKilledInTheMiddleOfAFrameLosesOnlyItsOwn) {
   EXPECT_NE(viewer.ask("slots").find("out O/x"), std::string::npos);
 }
 
-TEST(Peers, AStoppedViewerHoldsNobodyUpAndSeesTheNewestImageWhenItGoesOn) {
-  const Fields net = loopbackFields();
-  PeerProcess camera(named("K", net));
-  camera.ask("camera");
-  PeerProcess viewer(named("V", net));
-  PeerProcess second(named("W", net));
-  for (PeerProcess* const process : {&viewer, &second}) {
-    process->ask("view v");
-    process->ask("route K/camera v");
-    ASSERT_TRUE(eventually([&] { return process->got("v").first > 3; }));
+/// A camera, and two who look at its images.
+class PeersAndCamera : public testing::Test {
+protected:
+  void SetUp() override {
+    camera.ask("camera");
+    ASSERT_TRUE(viewer.view("K/camera"));
+    ASSERT_TRUE(second.view("K/camera"));
   }
+
+  const Fields net = loopbackFields();
+  PeerProcess camera{named("K", net)};
+  PeerProcess viewer{named("V", net)};
+  PeerProcess second{named("W", net)};
+};
+
+TEST_F(PeersAndCamera, AStoppedViewerHoldsNobodyUpAndSeesTheNewestImageWhenItGoesOn) {
   viewer.kill(SIGSTOP);
   // The images go on, to the camera's own slot and to the other viewer, far beyond what any queue could hold.
   const long begin = numberOf(second.got("v").second);
@@ -229,36 +225,18 @@ TEST(Peers, AStoppedViewerHoldsNobodyUpAndSeesTheNewestImageWhenItGoesOn) {
   EXPECT_TRUE(eventually([&] { return second.got("v").second.find(" " + last + '\n') != std::string::npos; }));
 }
 
-TEST(Peers, AHostMayExitWithPeersAndThreadsAtWork) {
-  const Fields net = loopbackFields();
-  PeerProcess camera(named("K", net));
-  camera.ask("camera");
-  PeerProcess viewer(named("V", net));
-  viewer.ask("view v");
-  viewer.ask("route K/camera v");
-  PeerProcess second(named("W", net));
-  second.ask("view v");
-  second.ask("route K/camera v");
-  for (PeerProcess* const process : {&viewer, &second})
-    ASSERT_TRUE(eventually([&] { return process->got("v").first > 3; }));
+TEST_F(PeersAndCamera, AHostMayExitWithPeersAndThreadsAtWork) {
   EXPECT_EQ(viewer.exit(), 0);
   EXPECT_EQ(camera.exit(), 0);
   EXPECT_TRUE(second.comesToLack("slots", "K/"));
   EXPECT_EQ(second.exit(), 0);
 }
 
-TEST(Peers, AViewerThatTakesNothingForLongIsLeftAndComesBack) {
-  const Fields net = loopbackFields();
-  PeerProcess camera(named("K", net));
-  camera.ask("camera");
-  PeerProcess viewer(named("V", net));
-  viewer.ask("view v");
-  viewer.ask("route K/camera v");
-  ASSERT_TRUE(eventually([&] { return viewer.got("v").first > 3; }));
+TEST_F(PeersAndCamera, AViewerThatTakesNothingForLongIsLeftAndComesBack) {
   viewer.kill(SIGSTOP);
-  EXPECT_TRUE(camera.hasClients(0));
-  viewer.kill(SIGCONT);
   EXPECT_TRUE(camera.hasClients(1));
+  viewer.kill(SIGCONT);
+  EXPECT_TRUE(camera.hasClients(2));
   const long before = numberOf(viewer.got("v").second);
   EXPECT_TRUE(eventually([&] { return numberOf(viewer.got("v").second) > before + 3; }));
 }

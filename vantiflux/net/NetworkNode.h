@@ -27,6 +27,8 @@
 
 namespace Vantiflux {
 
+class BasicCodec;
+
 /// Joins the slots of the namespace around the node to those of other processes: every slot of a type with a codec is
 /// offered to the peers, and what peers offer stands in the namespace under the label of the offer, as a slot like any
 /// other. Values travel only while somebody on the other side uses the slot.
@@ -155,6 +157,10 @@ private:
 
   std::string expandLabel(const std::string& label) const;
   void exportAll();
+  template <class Exported, class Coder, class BasicSlot>
+  std::shared_ptr<ExportedSlot> exportSlot(ExportMap<Exported>& map,
+                                           std::unique_ptr<Coder> (BasicCodec::*create)() const,
+                                           const std::string& label, BasicSlot* slot);
   std::shared_ptr<ExportedSlot> exportSlot(const std::string& label, BasicOutSlot* slot);
   std::shared_ptr<ExportedSlot> exportSlot(const std::string& label, BasicInSlot* slot);
   template <class BasicSlot>

@@ -45,32 +45,29 @@ unsigned long NetworkNode::drawSlotId() {
 }
 
 // Null for a slot that has no codec, or is the twin of a peer's, or one that this node made for itself.
-std::shared_ptr<NetworkNode::ExportedSlot> NetworkNode::exportSlot(const std::string& label, BasicOutSlot* slot) {
+template <class Exported, class Coder, class BasicSlot>
+std::shared_ptr<NetworkNode::ExportedSlot> NetworkNode::exportSlot(ExportMap<Exported>& map,
+                                                                   std::unique_ptr<Coder> (BasicCodec::*create)() const,
+                                                                   const std::string& label, BasicSlot* slot) {
   const BasicCodec* const codec = isOwn(slot) ? nullptr : BasicCodec::findCodec(*slot);
-  auto encoder = codec == nullptr ? nullptr : codec->createEncoder();
-  if (encoder == nullptr)
+  auto coder = codec == nullptr ? nullptr : (codec->*create)();
+  if (coder == nullptr)
     return nullptr;
-  encoder->initialize(label, codecDescription);
+  coder->initialize(label, codecDescription);
   const unsigned long id = drawSlotId();
-  auto exported = std::make_shared<ExportedOutSlot>(*this, std::move(encoder), id, label, slot, codec->getName());
+  auto exported = std::make_shared<Exported>(*this, std::move(coder), id, label, slot, codec->getName());
   const std::lock_guard lock(slotsLock_);
-  exportedOutSlots_.emplace(id, exported);
+  map.emplace(id, exported);
   exportedBySlot_.emplace(slot, id);
   return exported;
 }
 
+std::shared_ptr<NetworkNode::ExportedSlot> NetworkNode::exportSlot(const std::string& label, BasicOutSlot* slot) {
+  return exportSlot(exportedOutSlots_, &BasicCodec::createEncoder, label, slot);
+}
+
 std::shared_ptr<NetworkNode::ExportedSlot> NetworkNode::exportSlot(const std::string& label, BasicInSlot* slot) {
-  const BasicCodec* const codec = isOwn(slot) ? nullptr : BasicCodec::findCodec(*slot);
-  auto decoder = codec == nullptr ? nullptr : codec->createDecoder();
-  if (decoder == nullptr)
-    return nullptr;
-  decoder->initialize(label, codecDescription);
-  const unsigned long id = drawSlotId();
-  auto exported = std::make_shared<ExportedInSlot>(*this, std::move(decoder), id, label, slot, codec->getName());
-  const std::lock_guard lock(slotsLock_);
-  exportedInSlots_.emplace(id, exported);
-  exportedBySlot_.emplace(slot, id);
-  return exported;
+  return exportSlot(exportedInSlots_, &BasicCodec::createDecoder, label, slot);
 }
 
 void NetworkNode::exportAll() {
