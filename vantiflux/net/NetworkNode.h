@@ -159,7 +159,7 @@ private:
   void exportAll();
   template <class Exported, class Coder, class BasicSlot>
   std::shared_ptr<ExportedSlot> exportSlot(ExportMap<Exported>& map,
-                                           std::unique_ptr<Coder> (BasicCodec::*create)() const,
+                                           std::unique_ptr<Coder> (BasicCodec::*makeCoder)() const,
                                            const std::string& label, BasicSlot* slot);
   std::shared_ptr<ExportedSlot> exportSlot(const std::string& label, BasicOutSlot* slot);
   std::shared_ptr<ExportedSlot> exportSlot(const std::string& label, BasicInSlot* slot);

@@ -46,11 +46,11 @@ unsigned long NetworkNode::drawSlotId() {
 
 // Null for a slot that has no codec, or is the twin of a peer's, or one that this node made for itself.
 template <class Exported, class Coder, class BasicSlot>
-std::shared_ptr<NetworkNode::ExportedSlot> NetworkNode::exportSlot(ExportMap<Exported>& map,
-                                                                   std::unique_ptr<Coder> (BasicCodec::*create)() const,
-                                                                   const std::string& label, BasicSlot* slot) {
+std::shared_ptr<NetworkNode::ExportedSlot>
+NetworkNode::exportSlot(ExportMap<Exported>& map, std::unique_ptr<Coder> (BasicCodec::*makeCoder)() const,
+                        const std::string& label, BasicSlot* slot) {
   const BasicCodec* const codec = isOwn(slot) ? nullptr : BasicCodec::findCodec(*slot);
-  auto coder = codec == nullptr ? nullptr : (codec->*create)();
+  auto coder = codec == nullptr ? nullptr : (codec->*makeCoder)();
   if (coder == nullptr)
     return nullptr;
   coder->initialize(label, codecDescription);
