@@ -26,6 +26,14 @@ void Node::setState(State state, const std::string& shortInfo) {
   shortInfo_ = shortInfo;
 }
 
+bool Node::changeState(State from, State next) {
+  const std::lock_guard guard(reportLock_);
+  const bool changes = state_ == from;
+  if (changes)
+    state_ = next;
+  return changes;
+}
+
 std::string Node::getShortInfo() const {
   const std::lock_guard guard(reportLock_);
   return shortInfo_;

@@ -40,6 +40,8 @@ public:
   State getState() const;
   void setState(State state);
   void setState(State state, const std::string& shortInfo);
+  /// Puts `next` in the place of the state `from`, and says whether it did: any other state stays.
+  bool changeState(State from, State next);
   std::string getShortInfo() const;
   void setShortInfo(const std::string& shortInfo);
   /// The word that people see for a state; "[NA]" for anything that is none.
@@ -79,6 +81,10 @@ protected:
   /// Adds a slot of the node's own, and registers the node as its listener, so that the node runs while it is in use.
   void attachSlot(const std::string& label, BasicOutSlot& slot);
   void attachSlot(const std::string& label, BasicInSlot& slot);
+
+  /// For a worker at the end of its run: Running becomes Sleeping. What was reported instead stays, and so does
+  /// Disabled after a shutdown from inside the run.
+  void reportEnd() { changeState(Running, Sleeping); }
 
   /// Adds the external route that publishes all slots in the parent as "label of the node/label of the slot".
   void publishSlots();
