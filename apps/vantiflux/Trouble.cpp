@@ -42,7 +42,7 @@ void TroubleTeller::look() {
       now.insert(std::move(line));
   }
   for (const std::string& line : now)
-    if (told_.count(line) == 0)
+    if (!told_.contains(line))
       tell(line);
   told_ = std::move(now);
 }
