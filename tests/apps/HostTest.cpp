@@ -1,12 +1,14 @@
 // The host program as a process of its own.
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -65,6 +67,7 @@ TEST(Host, TellsOnceOfANodeThatFails) {
                                "name=\"Device\" value=\"/dev/nonexistent\"/></Node></Namespace></Vantiflux>");
   Process process(host({"run", tree, "--watch", "*"}));
   EXPECT_EQ(process.readErrorLine(), "vantiflux: Hall/Line: Cannot open serial port /dev/nonexistent\n");
+  std::this_thread::sleep_for(std::chrono::milliseconds(2500)); // it looks each second
   process.signal(SIGTERM);
   EXPECT_EQ(process.wait(), 0);
   EXPECT_EQ(process.errors(), "");

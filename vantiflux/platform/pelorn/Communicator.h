@@ -56,8 +56,8 @@ public:
   /// Ends the connection; who receives finds out. From any thread.
   void close();
 
-  /// What the loop does with a connection that was handed over: writes until the queue is empty, or the peer takes no
-  /// more for now.
+  /// What the loop does with a connection that was handed over: writes until the queue is empty, or the socket is
+  /// full.
   enum class Flushed { All, Blocked, More, Failed };
   Flushed flush();
   /// Whether so little waits, so soon after the last flush, that it pays to let some more come first.
