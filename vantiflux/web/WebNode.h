@@ -37,8 +37,6 @@ namespace Vantiflux {
 /// and its connection ends.
 ///
 /// *Failure.* A server that cannot be opened sets the state Error, with the reason in the log.
-class Root;
-
 class VANTIFLUX_API WebNode : public Node, public NodeDescription<WebNode> {
 public:
   WebNode();
@@ -115,7 +113,6 @@ private:
   int createLoadPage(const Request& request, Reply& reply);
   int createSavePage(const Request& request, Reply& reply);
 
-  Root& root_; ///< it may be at its end, and not be found any more, while a request still waits for its lock
   const std::unique_ptr<Pelorn::ThreadedWebServer> server_;
   Setting<std::string> address_;
   Setting<unsigned short> port_;

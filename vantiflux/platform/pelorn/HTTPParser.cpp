@@ -39,8 +39,8 @@ unsigned long HTTPParser::parse(std::string_view& input) {
     const std::size_t used = parser_.put(boost::asio::const_buffer(shown.data(), shown.size()), error);
     input.remove_prefix(used);
     headSize_ += inHead ? used : 0;
-    if (error == http::error::need_more)
-      return inHead && headSize_ + input.size() >= limits_.head ? 431 : 0;
+    if (error == http::error::need_more) // it takes lines whole, those between the pieces of a body too
+      return (inHead ? headSize_ : 0) + input.size() >= limits_.head ? 431 : 0;
     if (error)
       return statusOf(error);
     if (inHead)
