@@ -107,6 +107,7 @@ private:
   int createExternalRoutePage(const Request& request, Reply& reply);
   int createAddExternalRoutePage(const Request& request, Reply& reply);
   int createRemoveExternalRoutePage(const Request& request, Reply& reply);
+  int createSlotPage(Slot::Direction direction, const Request& request, Reply& reply);
   int createOutSlotPage(const Request& request, Reply& reply);
   int createInSlotPage(const Request& request, Reply& reply);
   int createCodecPage(const Request& request, Reply& reply);
