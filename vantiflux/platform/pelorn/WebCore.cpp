@@ -112,7 +112,8 @@ void WebCore::accepted(const boost::system::error_code& error, Socket socket) {
   if (isClosed())
     return;
   if (isShortage(error)) {
-    paused_ = woken_ = true;
+    pause_ = Pause::Begun;
+    woken_ = true;
     wake_.notify_one();
   } else {
     accept();
@@ -133,9 +134,12 @@ void WebCore::add(Socket socket) {
   boost::asio::post(context, [connection] { connection->start(); });
 }
 
+// Its descriptor is free by now.
 void WebCore::removeConnection(const WebConnection& connection) {
   const std::lock_guard guard(lock_);
   connections_.erase(&connection);
+  if (pause_ != Pause::None)
+    resumeAccepting();
 }
 
 WebCore::Connections WebCore::getConnections() const {
@@ -164,7 +168,7 @@ void WebCore::watch() {
       const auto woken = [this] { return std::exchange(woken_, false); };
       if (watched_)
         wake_.wait_for(guard, busyTick, woken);
-      else if (paused_)
+      else if (pause_ != Pause::None)
         wake_.wait_for(guard, std::min<std::chrono::milliseconds>(pauseTime, pause), woken);
       else if (!connections_.empty())
         wake_.wait_for(guard, pause, woken);
@@ -177,41 +181,46 @@ void WebCore::watch() {
       if (loops_.relieve()) // one that has begun meanwhile and has seen itself watched
         watched_ = true;
     }
-    if (const auto now = Clock::now(); now >= nextSweep || paused_) {
-      sweep();
+    const auto now = Clock::now();
+    if (now >= nextSweep) {
+      for (const auto& connection : getConnections())
+        connection->expire(now);
       nextSweep = now + pause;
     }
+    makeRoom(now);
   }
 }
 
-void WebCore::sweep() {
-  const auto now = Clock::now();
-  const Connections connections = getConnections();
-  for (const auto& connection : connections)
-    connection->expire(now);
-  bool paused = false;
+// Room for those who want to come in: who has been idle for longest makes it, a few at a time. When that is of no use,
+// the next attempt to accept somebody tells.
+void WebCore::makeRoom(Clock::time_point now) {
   {
     const std::lock_guard guard(lock_);
-    paused = std::exchange(paused_, false);
+    if (pause_ == Pause::Waiting && now >= resumeAt_)
+      resumeAccepting();
+    if (pause_ != Pause::Begun)
+      return;
+    pause_ = Pause::Waiting;
+    resumeAt_ = now + pauseTime;
   }
-  if (!paused)
-    return;
-  // Room for those who want to come in: who has been idle for longest makes it, a few at a time.
   std::vector<std::pair<Clock::time_point, std::shared_ptr<WebConnection>>> idle;
-  for (const auto& connection : connections)
+  for (const auto& connection : getConnections())
     if (const auto since = connection->idleSince())
       idle.emplace_back(*since, connection);
   const std::size_t ended = std::min(idle.size(), 1 + idle.size() / 16);
   std::partial_sort(idle.begin(), idle.begin() + static_cast<std::ptrdiff_t>(ended), idle.end());
   for (std::size_t i = 0; i < ended; ++i)
     idle[i].second->endIfIdle();
-  boost::asio::post(loops_.first(), [self = shared_from_this()] { self->resumeAccepting(); });
 }
 
+// Needs the lock. On the acceptor's own loop: this may be a step of a connection that is in the middle of something.
 void WebCore::resumeAccepting() {
-  const std::lock_guard guard(lock_);
-  if (!isClosed())
-    accept();
+  pause_ = Pause::None;
+  boost::asio::post(loops_.first(), [self = shared_from_this()] {
+    const std::lock_guard guard(self->lock_);
+    if (!self->isClosed())
+      self->accept();
+  });
 }
 
 WebCore::Visit::Visit(WebCore& core) : core_(core) {
