@@ -62,6 +62,7 @@ void WebCore::open(const InetAddress& interface, std::uint16_t port) {
     // A server that starts again shall not wait for the connections of its last run to fade.
     acceptor_->set_option(asio::socket_base::reuse_address(true));
     acceptor_->bind(endpoint);
+    acceptor_->non_blocking(true);
     acceptor_->listen(asio::socket_base::max_listen_connections);
     address_ = SocketAddress::localOf(acceptor_->native_handle());
   } catch (const boost::system::system_error& e) {
@@ -99,25 +100,36 @@ std::size_t WebCore::getNumConnections() const {
 
 // Needs the lock: the acceptor is no object for several threads.
 void WebCore::accept() {
-  acceptor_->async_accept(loops_.next(),
-                          [self = shared_from_this()](const boost::system::error_code& error, Socket socket) {
-                            self->accepted(error, std::move(socket));
-                          });
+  acceptor_->async_wait(Acceptor::wait_read, [self = shared_from_this()](const boost::system::error_code& error) {
+    if (!error)
+      self->acceptClients();
+  });
 }
 
-void WebCore::accepted(const boost::system::error_code& error, Socket socket) {
-  if (!error && !isClosed())
-    add(std::move(socket));
-  const std::lock_guard guard(lock_);
-  if (isClosed())
-    return;
-  if (isShortage(error)) {
-    pause_ = Pause::Begun;
-    woken_ = true;
-    wake_.notify_one();
-  } else {
-    accept();
+// There is a client. A shortage counts only where it keeps out the first: the system reports it whether or not there is
+// another one.
+void WebCore::acceptClients() {
+  std::vector<Socket> clients;
+  {
+    const std::lock_guard guard(lock_);
+    boost::system::error_code error;
+    while (!isClosed() && !error && clients.size() < 16) {
+      Socket client = acceptor_->accept(loops_.next(), error);
+      if (!error)
+        clients.push_back(std::move(client));
+    }
+    if (isClosed())
+      return;
+    if (isShortage(error) && clients.empty()) {
+      pause_ = Pause::Begun;
+      woken_ = true;
+      wake_.notify_one();
+    } else {
+      accept();
+    }
   }
+  for (Socket& client : clients)
+    add(std::move(client));
 }
 
 void WebCore::add(Socket socket) {

@@ -84,7 +84,7 @@ private:
   enum class Pause { None, Begun, Waiting };
 
   void accept();
-  void accepted(const boost::system::error_code& error, Socket socket);
+  void acceptClients();
   void add(Socket socket);
   Connections getConnections() const;
   void watch();
