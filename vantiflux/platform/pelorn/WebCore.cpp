@@ -236,9 +236,9 @@ void WebCore::resumeAccepting() {
 }
 
 WebCore::Visit::Visit(WebCore& core) : core_(core) {
-  if (core.keeper_ && !(kept_ = core.keeper_()))
-    return;
-  if (core.isClosed() || !core.visitors_->enter())
+  if (core.keeper_)
+    kept_ = core.keeper_();
+  if ((core.keeper_ && !kept_) || core.isClosed() || !core.visitors_->enter())
     return;
   server_ = &core.server_;
   busy_.emplace();
