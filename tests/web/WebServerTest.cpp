@@ -350,12 +350,18 @@ TEST(WebServer, MakesRoomWhenDescriptorsRunOut) {
 #endif
   const Server server;
   const DescriptorLimit limit;
-  std::vector<Client> clients(12); // all have their own descriptors now
+  std::vector<Client> clients(60); // all have their own descriptors now
   ASSERT_TRUE(clients[0].connect(server.port()));
   ASSERT_EQ(clients[0].get("/static").status, 200);
-  const int highest = dup(0);
-  close(highest);
-  ASSERT_TRUE(limit.set(static_cast<rlim_t>(highest)));
+  // What is free below the highest in use is few: earlier servers may still be about to give theirs back.
+  int highest = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+    highest = std::max(highest, std::stoi(entry.path().filename()));
+  std::vector<Pelorn::Descriptor> fillers;
+  for (int filler = 0; filler <= highest; filler = fillers.back().get())
+    fillers.emplace_back(dup(0));
+  fillers.pop_back();
+  ASSERT_TRUE(limit.set(static_cast<rlim_t>(highest) + 1));
   for (std::size_t i = 1; i < clients.size(); ++i) {
     ASSERT_TRUE(clients[i].connect(server.port()));
     EXPECT_EQ(clients[i].get("/static").status, 200) << i;
