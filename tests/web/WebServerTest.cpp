@@ -344,16 +344,25 @@ TEST(WebServer, SpendsNoThreadOnAThousandConnections) {
     EXPECT_EQ(client.receive().body, "GET|again=|");
 }
 
+std::size_t numberOfDescriptors() {
+  const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+  return static_cast<std::size_t>(std::distance(begin(descriptors), end(descriptors)));
+}
+
+const std::size_t descriptorsAtStart = numberOfDescriptors();
+
 TEST(WebServer, MakesRoomWhenDescriptorsRunOut) {
 #if defined(__SANITIZE_ADDRESS__)
   GTEST_SKIP() << "the sanitizer looks at memory by means of descriptors";
 #endif
+  ASSERT_TRUE(eventually([] { return numberOfDescriptors() <= descriptorsAtStart; }))
+      << "earlier servers give theirs back";
   const Server server;
   const DescriptorLimit limit;
   std::vector<Client> clients(60); // all have their own descriptors now
   ASSERT_TRUE(clients[0].connect(server.port()));
   ASSERT_EQ(clients[0].get("/static").status, 200);
-  // What is free below the highest in use is few: earlier servers may still be about to give theirs back.
+  // None is left below the highest in use.
   int highest = 0;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
     highest = std::max(highest, std::stoi(entry.path().filename()));
