@@ -31,6 +31,9 @@ public:
     return *the_;
   }
 
+  /// False before the root is made and during static destruction.
+  static bool isInitialized() noexcept { return initialized_; }
+
   // Of the class, not the object: who waits for the lock may get it when the root has gone with the process.
   static void readLock() TARSIL_ACQUIRE(mutex());
   static void writeLock() TARSIL_ACQUIRE(mutex());
