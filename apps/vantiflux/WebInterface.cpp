@@ -10,6 +10,7 @@
 #include <vantiflux/web/WebNode.h>
 
 #include "Messages.h"
+#include "Printable.h"
 
 namespace Host {
 
@@ -69,8 +70,11 @@ void openWebInterface(const WebAddress& address) {
   const Root::WriteLock lock;
   const WebNode* const present = findWebNode(Root::the());
   const WebNode& node = present != nullptr ? *present : addWebNode(address);
-  if (node.getActualPort() == 0)
-    return; // it has said so itself
+  if (node.getActualPort() == 0) {
+    if (node.getState() == Vantiflux::Node::Sleeping)
+      tell("the web interface opens when the host " + printable(node.getAddress()) + " has been found");
+    return; // where it could not be opened it has said so itself
+  }
   const bool isEverywhere = node.getAddress().empty() || node.getAddress() == "0.0.0.0";
   tell("the web interface is at http://" + (isEverywhere ? "localhost" : node.getAddress()) + ":" +
        std::to_string(node.getActualPort()) + "/");

@@ -1,4 +1,5 @@
 // What an operator sees and does, and what the node is to survive.
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -8,6 +9,7 @@
 #include <platform/support.h>
 #include <vantiflux/core/OutSlot.h>
 #include <vantiflux/platform/pelorn/HTTPText.h>
+#include <vantiflux/state/StateKeeperXMLHandler.h>
 #include <vantiflux/values/SlotTypes.h>
 #include <web/WebSupport.h>
 
@@ -86,6 +88,29 @@ TEST(WebNode, HasTheFrameAndTheFilesOfEveryPage) {
   const Answer codecs = site.get("/Codecs.html");
   EXPECT_TRUE(codecs.has("<TD>SFImage</TD><TD>Vantiflux::SmartPtr&lt;Vantiflux::Image&gt;</TD>"));
   EXPECT_FALSE(codecs.has("Current namespace"));
+}
+
+TEST(WebNode, LetsNoTreeGrowDeeperThanAFile) {
+  const Site site;
+  Namespace* deepest = &Root::the();
+  std::string path;
+  {
+    const Root::WriteLock lock;
+    for (std::size_t i = 1; i < StateKeeperXMLHandler::maxDepth; ++i) {
+      deepest->addNamespace("a", std::make_unique<Namespace>());
+      deepest = deepest->getNamespace("a");
+      path += path.empty() ? "a" : "/a";
+    }
+  }
+  EXPECT_EQ(site.get("/CreateNamespace.html", {{"namespace", path}, {"label", "a"}}).status, 303);
+  for (const Answer& answer : {site.get("/CreateNamespace.html", {{"namespace", path + "/a"}, {"label", "b"}}),
+                               site.get("/CreateNode.html", {{"_namespace", path + "/a"}, {"_type", "Clock"}})}) {
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_TRUE(answer.has("Cannot create namespace: Namespaces are nested more than 900 deep"));
+  }
+  EXPECT_EQ(site.get("/Save").status, 200);
+  EXPECT_EQ(test::get(site.port(), "/NodeTypes.html?name=Clock", "Sec-Fetch-Site: cross-site\r\n").status, 403)
+      << "a plug-in may be loaded";
 }
 
 TEST(WebNode, LetsAnOperatorBuildATree) {

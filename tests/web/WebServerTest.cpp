@@ -278,14 +278,56 @@ TEST(WebServer, KeepsConnectionsAsTheClientWants) {
 
 TEST(WebServer, EndsClientsThatAreTooSlow) {
   Pelorn::WebLimits limits;
-  limits.headTime = limits.bodyTime = 100ms;
-  const Server server(limits);
-  Client head(server.port()), body(server.port());
+  limits.headTime = limits.bodyTime = limits.linger = 100ms;
+  limits.rate = 1 << 30;
+  Server server(limits);
+  Client head(server.port()), body(server.port()), drops(server.port());
   head.send("GET /echo HTTP/1.1\r\nHo");
   body.send("POST /echo HTTP/1.1\r\nContent-Length: 10\r\n\r\nabc");
   EXPECT_EQ(head.receive().status, 408);
   EXPECT_EQ(body.receive().status, 408);
+  // Each byte comes in time, and all of them too slowly.
+  drops.send("POST /echo HTTP/1.1\r\nContent-Length: 1000000\r\n\r\n");
+  int dropped = 0;
+  while (dropped < 1000000 && drops.send("x"))
+    ++dropped;
+  EXPECT_LT(dropped, 1000000);
+  server.setLimits({});
+  server.open("127.0.0.1", 0, "", "");
   expectServing(server);
+}
+
+TEST(WebServer, KeepsNoMoreThanItMay) {
+  Pelorn::WebLimits limits;
+  limits.memory = 1000;
+  const Server server(limits);
+  const std::string head = "POST /echo HTTP/1.1\r\nContent-Length: ";
+  for (int i = 0; i < 20; ++i) {
+    {
+      Client client(server.port()), large(server.port());
+      EXPECT_EQ(client.post("/echo", std::string(900, 'x')).status, 200);
+      EXPECT_EQ(client.get("/static").status, 200);
+      EXPECT_EQ(large.post("/echo", std::string(1001, 'x')).status, 503);
+      EXPECT_EQ(client.get("/big").status, 503);
+      Client(server.port()).send(head + "900\r\n\r\n" + std::string(800, 'x'));
+    }
+    EXPECT_TRUE(eventually([&] { return server.getNumClients() == 0; })) << "what has gone counts no more";
+  }
+}
+
+TEST(WebServer, MakesRoomAmongItsConnections) {
+  Pelorn::WebLimits limits;
+  limits.connections = 4;
+  limits.idle = limits.headTime = 1h;
+  const Server server(limits);
+  std::vector<Client> clients;
+  for (int i = 0; i < 12; ++i) // those before make room, the first first
+    EXPECT_EQ(clients.emplace_back(server.port()).get("/static").status, 200) << i;
+  EXPECT_TRUE(clients[0].readToEnd());
+  for (int i = 0; i < 6; ++i)
+    clients.emplace_back(server.port()).send("GET /static HTTP/1.1\r\nHost");
+  EXPECT_EQ(clients.emplace_back(server.port()).get("/static").status, 200) << "where nobody is idle too";
+  EXPECT_LE(server.getNumClients(), 4U);
 }
 
 TEST(WebServer, EndsClientsThatDoNothing) {

@@ -16,6 +16,7 @@ import urllib.parse
 import urllib.request
 
 from selenium import webdriver
+from selenium.common.exceptions import WebDriverException
 from selenium.webdriver.chrome.options import Options
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
@@ -64,7 +65,9 @@ class Story:
     # Steps ---------------------------------------------------------------------------------------------------------
 
     def wait(self, condition, what):
-        WebDriverWait(self.browser, PATIENCE).until(lambda _: condition(), what)
+        # Between two pages the old one's elements are gone and the new one's not there yet.
+        WebDriverWait(self.browser, PATIENCE, ignored_exceptions=(WebDriverException,)).until(lambda _: condition(),
+                                                                                              what)
 
     def check(self, holds, what):
         self.console += self.browser.get_log("browser")

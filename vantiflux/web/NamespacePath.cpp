@@ -4,10 +4,12 @@
 #include <set>
 #include <utility>
 
+#include <vantiflux/core/Exception.h>
 #include <vantiflux/core/InvalidNamespaceException.h>
 #include <vantiflux/core/Labels.h>
 #include <vantiflux/core/Namespace.h>
 #include <vantiflux/core/Root.h>
+#include <vantiflux/state/StateKeeperXMLHandler.h>
 
 namespace Vantiflux {
 
@@ -72,6 +74,14 @@ NamespacePath::NamespacePath(Root& root, const std::string& path) : root_(root) 
 
 Namespace& NamespacePath::target() const {
   return steps_.empty() ? root_ : *steps_.back().space;
+}
+
+void NamespacePath::checkDepthBelow(const Namespace& parent) {
+  std::size_t depth = 0;
+  for (const Namespace* above = parent.getParent(); above != nullptr; above = above->getParent())
+    ++depth;
+  if (depth >= StateKeeperXMLHandler::maxDepth)
+    throw Exception("Namespaces are nested more than " + std::to_string(StateKeeperXMLHandler::maxDepth) + " deep");
 }
 
 std::string NamespacePath::join(const std::string& parent, const std::string& label) {

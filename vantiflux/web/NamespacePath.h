@@ -27,6 +27,9 @@ public:
   const std::vector<Step>& steps() const noexcept { return steps_; }
   Namespace& target() const;
 
+  /// Throws Exception where a child would stand deeper than a file of the tree may hold it: the tree is enabled, saved
+  /// and destroyed level by level, on the stack of a thread.
+  static void checkDepthBelow(const Namespace& parent);
   /// The path of a child.
   static std::string join(const std::string& parent, const std::string& label);
 

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include <vantiflux/web/Html.h>
+#include <vantiflux/web/NamespacePath.h>
 #include <vantiflux/web/WebNodeGate.h>
 
 namespace Vantiflux {
@@ -72,6 +73,7 @@ int WebNode::createNodeTypeForm(const std::string& name, const std::string& spac
 int WebNode::createCreateNodePage(const Request& request, Reply& reply) {
   return change("/Nodes.html", parameter(request, "_namespace"), "Cannot create namespace: ", reply,
                 [&](Namespace& parent) {
+                  NamespacePath::checkDepthBelow(parent);
                   std::unique_ptr<Node> node = NodeType::newInstance(parameter(request, "_type"));
                   for (const auto& [key, value] : request.query)
                     if (key != "_type" && key != "_name" && key != "_namespace" && !value.empty())

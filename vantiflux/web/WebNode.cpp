@@ -77,7 +77,7 @@ void WebNode::addPages() {
   add("/CreateNamespace.html", &WebNode::createCreateNamespacePage, changes);
   add("/RemoveNamespace.html", &WebNode::createRemoveNamespacePage, changes);
   add("/Nodes.html", &WebNode::createNodePage);
-  add("/NodeTypes.html", &WebNode::createNodeTypePage);
+  add("/NodeTypes.html", &WebNode::createNodeTypePage, changes); // it may load a plug-in
   add("/CreateNode.html", &WebNode::createCreateNodePage, changes);
   add("/RemoveNode.html", &WebNode::createRemoveNamespacePage, changes);
   add("/Routes.html", &WebNode::createRoutePage);

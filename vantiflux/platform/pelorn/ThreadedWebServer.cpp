@@ -36,8 +36,12 @@ void ThreadedWebServer::open(const std::string& address, std::uint16_t port, con
     core = std::make_shared<WebCore>(*this, visitors_, limits_, keeper_, product.empty() ? getName() : product);
   }
   core->open(interface, port);
-  const std::lock_guard guard(lock_);
-  core_ = std::move(core);
+  {
+    const std::lock_guard guard(lock_);
+    core_.swap(core);
+  }
+  if (core) // somebody else has opened the server meanwhile
+    core->close();
 }
 
 void ThreadedWebServer::close() {

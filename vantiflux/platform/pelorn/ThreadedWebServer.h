@@ -26,7 +26,9 @@ class WebVisitors;
 /// are being answered, so none of them may call it, and nobody who holds a lock that they may want. Where the server
 /// belongs to something that may go away inside a request, `setKeeper` lets requests keep their owner until they end.
 ///
-/// *Failure.* A system that has no descriptor left for a client loses the connections that have been idle for longest.
+/// *Failure.* Where there are as many connections as there may be, or the system has no descriptor left for a client,
+/// those end that have been idle for longest, and without any that is idle, those that have been at one request for
+/// longest.
 class VANTIFLUX_API ThreadedWebServer : public WebServer {
 public:
   /// Asked at each request for what is to be kept until it ends; with null the connection ends instead.

@@ -1,5 +1,6 @@
 #include <vantiflux/platform/pelorn/WebConnection.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <exception>
@@ -19,6 +20,9 @@ namespace {
 
 /// What is read at a time. A thread deals with it at once, so a connection needs none of its own.
 constexpr std::size_t readSize = 65536;
+
+/// A reply that is kept whether or not there is room for those that are on their way.
+constexpr std::size_t smallReply = 65536;
 
 bool wouldBlock(int error) {
   return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
@@ -46,15 +50,21 @@ WebConnection::WebConnection(std::shared_ptr<WebCore> core, WebCore::Socket sock
   enter(State::Idle);
 }
 
-WebConnection::~WebConnection() = default;
+WebConnection::~WebConnection() {
+  hold(0);
+}
 
 void WebConnection::start() {
-  if (WebCore::Visit server(*core_); server)
-    server->addClient(*this);
-  else
+  try {
+    if (WebCore::Visit server(*core_); server)
+      server->addClient(*this);
+    else
+      end();
+    if (state_ == State::Idle)
+      wait(Next::Read);
+  } catch (...) { // there is no room for it
     end();
-  if (state_ == State::Idle)
-    wait(Next::Read);
+  }
 }
 
 bool WebConnection::enter(State state) {
@@ -108,9 +118,38 @@ void WebConnection::expire(WebCore::Clock::time_point now) {
   ::shutdown(descriptor_, timedOut_ ? SHUT_RD : SHUT_RDWR);
 }
 
-std::optional<WebCore::Clock::time_point> WebConnection::idleSince() const {
+std::optional<WebConnection::Waiting> WebConnection::waitsForClient() const {
   const std::lock_guard guard(lock_);
-  return state_ == State::Idle ? std::optional(since_) : std::nullopt;
+  if (state_ == State::Answering || state_ == State::Ended || state_ == State::Detached)
+    return std::nullopt;
+  return Waiting{since_, state_ == State::Idle};
+}
+
+void WebConnection::endUnlessAnswering() {
+  const std::lock_guard guard(lock_);
+  if (state_ == State::Answering || state_ == State::Ended || state_ == State::Detached)
+    return;
+  cut_ = true;
+  ::shutdown(descriptor_, SHUT_RDWR);
+}
+
+// Something has come or gone: time for more, but not for less than the least rate that is borne with. False when the
+// connection has been ended from outside.
+bool WebConnection::goOn(std::chrono::milliseconds pause, std::size_t bytes) {
+  const std::chrono::milliseconds earned(bytes * 1000 / core_->getLimits().rate);
+  const auto now = WebCore::Clock::now();
+  const std::lock_guard guard(lock_);
+  if (timedOut_ || cut_)
+    return false;
+  deadline_ = std::min(now, since_ + earned) + pause;
+  return true;
+}
+
+bool WebConnection::hold(std::size_t bytes) noexcept {
+  if (!core_->hold(bytes, held_))
+    return false;
+  held_ = bytes;
+  return true;
 }
 
 void WebConnection::wait(Next next) {
@@ -139,17 +178,13 @@ WebConnection::Next WebConnection::read() {
   const ssize_t size = ::recv(descriptor_, bytes.data(), bytes.size(), MSG_DONTWAIT);
   if (size < 0 && wouldBlock(errno))
     return Next::Read;
-  bool isCut = false;
-  bool timedOut = false;
+  bool isEnded = false;
   {
     const std::lock_guard guard(lock_);
-    isCut = cut_; // a client that goes on sending would be heard on and on
-    timedOut = std::exchange(timedOut_, false);
+    isEnded = cut_ || timedOut_; // a client that goes on sending would be heard on and on
   }
-  if (isCut)
-    return end();
-  if (timedOut)
-    return refuse(408);
+  if (isEnded)
+    return giveUp();
   if (size <= 0)
     return end();
   if (state_ == State::Lingering)
@@ -163,7 +198,7 @@ WebConnection::Next WebConnection::write() {
     return end();
   unsentAt_ += static_cast<std::size_t>(sent);
   if (unsentAt_ < unsent_.size())
-    return sent == 0 || enter(State::Writing) ? Next::Write : end();
+    return sent == 0 || goOn(core_->getLimits().stall, unsentAt_) ? Next::Write : end();
   std::string().swap(unsent_);
   unsentAt_ = 0;
   const Next next = afterReply();
@@ -202,7 +237,7 @@ WebConnection::Next WebConnection::takeInput() {
       request_ = Request();
       bodyUnread_ = replied_ = false;
       if (!enter(State::Head))
-        return end();
+        return giveUp();
     }
     HTTPParser& parser = *parser_;
     const bool hadHead = parser.hasHead();
@@ -228,37 +263,38 @@ WebConnection::Next WebConnection::takeHead(HTTPParser& parser) {
   }
   if (limit == 0) { // nobody wants the body
     bodyUnread_ = !parser.isDone();
-    answer();
-    return afterReply();
+    return answer();
   }
   if (!parser.setBodyLimit(limit))
     return refuse(413);
   if (!enter(State::Body))
-    return end();
+    return giveUp();
   if (input_.empty() && request_.minorVersion > 0 && request_.headers.hasWord("Expect", "100-continue"))
     sendNow(descriptor_, "HTTP/1.1 100 Continue\r\n\r\n", {});
   return Next::GoOn;
 }
 
 WebConnection::Next WebConnection::takeBody(HTTPParser& parser) {
-  if (parser.isDone()) {
-    request_.body = parser.takeBody();
-    answer();
-    return afterReply();
-  }
-  const auto more = std::chrono::seconds(parser.bodySize() / 1024);
-  const std::lock_guard guard(lock_);
-  if (!timedOut_)
-    deadline_ = since_ + core_->getLimits().bodyTime + more;
-  return Next::Read;
+  const std::size_t size = parser.bodySize();
+  if (!hold(size))
+    return refuse(503);
+  if (!parser.isDone())
+    return goOn(core_->getLimits().bodyTime, size) ? Next::Read : giveUp();
+  request_.body = parser.takeBody();
+  return answer();
 }
 
-// The connection ends where there is no reply.
-void WebConnection::answer() {
+WebConnection::Next WebConnection::answer() {
   bodyAt_ = 0;
   keep_ = false;
   if (!enter(State::Answering))
-    return;
+    return giveUp();
+  respond();
+  return afterReply();
+}
+
+// The connection ends where there is no reply.
+void WebConnection::respond() {
   WebCore::Visit server(*core_);
   if (!server)
     return;
@@ -286,6 +322,16 @@ void WebConnection::answer() {
   sendReply(std::move(reply));
 }
 
+// The connection has been ended from outside: for a request that took too long there is a reply yet.
+WebConnection::Next WebConnection::giveUp() {
+  bool timedOut = false;
+  {
+    const std::lock_guard guard(lock_);
+    timedOut = std::exchange(timedOut_, false);
+  }
+  return timedOut ? refuse(408) : end();
+}
+
 // The input cannot be trusted from here on.
 WebConnection::Next WebConnection::refuse(unsigned long status) {
   bodyUnread_ = true;
@@ -308,6 +354,8 @@ WebConnection::Next WebConnection::afterReply() {
     return Next::Nothing;
   }
   parser_.reset();
+  request_ = Request();
+  hold(unsent_.size() > smallReply ? unsent_.size() : 0);
   if (!unsent_.empty())
     return enter(State::Writing) ? Next::Write : end();
   if (!replied_)
@@ -351,6 +399,15 @@ bool WebConnection::transmit(const Reply& reply, std::string* body) {
     return false;
   const std::string& whole = body != nullptr ? *body : reply.body;
   const std::string& content = request_.method == "HEAD" ? none : whole;
+  if (content.size() > smallReply && !hold(request_.body.size() + content.size())) {
+    bodyUnread_ = true;
+    Reply busy;
+    busy.status = 503;
+    busy.headers.setParam("Content-Type", "text/plain");
+    busy.headers.setParam("Retry-After", "10");
+    busy.body = "Too much is on its way to other clients.\n";
+    return transmit(busy, nullptr);
+  }
   const std::string head = replyHead(reply, whole.size(), core_->getProduct(), bodyUnread_ || core_->isClosed());
   const ssize_t sent = sendNow(descriptor_, head, content);
   if (sent < 0)
@@ -399,8 +456,12 @@ WebConnection::Next WebConnection::end() {
 }
 
 void WebConnection::leave() {
-  if (WebCore::Visit server(*core_); server)
-    server->removeClient(*this);
+  hold(0);
+  try {
+    if (WebCore::Visit server(*core_); server)
+      server->removeClient(*this);
+  } catch (...) { // what goes wrong there must not keep it among the connections
+  }
   core_->removeConnection(*this);
 }
 

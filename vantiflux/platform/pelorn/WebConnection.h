@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -17,8 +18,9 @@ namespace Pelorn {
 /// One client of a web server. It takes one request after the other, and the next one only when the reply to the last
 /// has gone out.
 ///
-/// *Threads.* Its steps run on the threads of its loop, one at a time. `endIfIdle`, `expire` and `idleSince` come from
-/// any thread: they never touch the socket object, they shut its descriptor, and the step that waits for it sees that.
+/// *Threads.* Its steps run on the threads of its loop, one at a time. `endIfIdle`, `endUnlessAnswering`, `expire` and
+/// `waitsForClient` come from any thread: they never touch the socket object, they shut its descriptor, and the step
+/// that waits for it sees that.
 class WebConnection final : public WebClient, public ProtocolHTTP, public std::enable_shared_from_this<WebConnection> {
 public:
   WebConnection(std::shared_ptr<WebCore> core, WebCore::Socket socket);
@@ -30,8 +32,13 @@ public:
   void endIfIdle();
   /// Ends what takes longer than it may.
   void expire(WebCore::Clock::time_point now);
-  /// Since when nothing has been going on; none while something is.
-  std::optional<WebCore::Clock::time_point> idleSince() const;
+  /// Where it waits for its client to send or to take something.
+  struct Waiting {
+    WebCore::Clock::time_point since;
+    bool isIdle; ///< nothing has been going on
+  };
+  std::optional<Waiting> waitsForClient() const;
+  void endUnlessAnswering();
 
   ProtocolHTTP& getProtocol() noexcept override { return *this; }
   const SocketAddress& getRemoteAddress() const noexcept override { return remote_; }
@@ -64,11 +71,15 @@ private:
   Next takeInput();
   Next takeHead(HTTPParser& parser);
   Next takeBody(HTTPParser& parser);
-  void answer();
+  Next answer();
+  void respond();
   Next refuse(unsigned long status);
   Next afterReply();
   bool transmit(const Reply& reply, std::string* body);
   Next linger();
+  Next giveUp();
+  bool goOn(std::chrono::milliseconds pause, std::size_t bytes);
+  bool hold(std::size_t bytes) noexcept;
   void leave();
   Next end();
   /// False when the connection has been ended from outside.
@@ -97,6 +108,7 @@ private:
   bool keep_ = false;  ///< the connection, after the reply
   std::string unsent_; ///< what the client has not taken yet, from unsentAt_
   std::size_t unsentAt_ = 0;
+  std::size_t held_ = 0; ///< bytes that the core counts for this connection
 };
 
 } // namespace Pelorn

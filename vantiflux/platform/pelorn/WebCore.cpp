@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <exception>
 #include <system_error>
 #include <thread>
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/socket_base.hpp>
@@ -25,6 +27,7 @@ using namespace std::chrono_literals;
 
 constexpr auto busyTick = 5ms;   ///< how long a thread is in one request before another takes its place
 constexpr auto pauseTime = 50ms; ///< before a client is accepted again when there was no descriptor
+constexpr auto slowTime = 1s;    ///< for one request, before it may have to make room for other clients
 constexpr int quietTicks = 40;   ///< without a request, until the watch looks after them no more
 
 unsigned numberOfLoops() {
@@ -41,11 +44,21 @@ std::chrono::milliseconds sweepTime(const WebLimits& limits) {
   return std::clamp<std::chrono::milliseconds>(least / 4, 10ms, 1000ms);
 }
 
+// The rest is for what the requests want.
+WebLimits complete(WebLimits limits) {
+  rlimit descriptors{};
+  if (limits.connections == 0 && ::getrlimit(RLIMIT_NOFILE, &descriptors) == 0)
+    limits.connections = static_cast<std::size_t>(std::min<rlim_t>(descriptors.rlim_cur, 1U << 20) / 2);
+  limits.connections = std::max<std::size_t>(limits.connections, 1);
+  limits.rate = std::max<std::size_t>(limits.rate, 1);
+  return limits;
+}
+
 } // namespace
 
 WebCore::WebCore(ThreadedWebServer& server, std::shared_ptr<WebVisitors> visitors, const WebLimits& limits,
                  Keeper keeper, std::string product)
-    : server_(server), visitors_(std::move(visitors)), limits_(limits), keeper_(std::move(keeper)),
+    : server_(server), visitors_(std::move(visitors)), limits_(complete(limits)), keeper_(std::move(keeper)),
       product_(std::move(product)), loops_(numberOfLoops(), limits.blockedThreads, [this] { wakeWatch(); }) {}
 
 WebCore::~WebCore() = default;
@@ -98,52 +111,70 @@ std::size_t WebCore::getNumConnections() const {
   return connections_.size();
 }
 
-// Needs the lock: the acceptor is no object for several threads.
-void WebCore::accept() {
-  acceptor_->async_wait(Acceptor::wait_read, [self = shared_from_this()](const boost::system::error_code& error) {
-    if (!error)
-      self->acceptClients();
-  });
+// Needs the lock: the acceptor is no object for several threads. Without memory the next attempt is the watch's.
+void WebCore::accept() noexcept {
+  try {
+    acceptor_->async_wait(Acceptor::wait_read, [self = shared_from_this()](const boost::system::error_code& error) {
+      if (!error)
+        self->acceptClients();
+    });
+  } catch (const std::exception&) {
+    pause();
+  }
+}
+
+// Needs the lock.
+void WebCore::pause() noexcept {
+  pause_ = Pause::Begun;
+  woken_ = true;
+  wake_.notify_one();
 }
 
 // There is a client. A shortage counts only where it keeps out the first: the system reports it whether or not there is
-// another one.
+// another one. A client that there is no memory for is lost, and no other with it.
 void WebCore::acceptClients() {
-  std::vector<Socket> clients;
-  {
-    const std::lock_guard guard(lock_);
-    boost::system::error_code error;
-    while (!isClosed() && !error && clients.size() < 16) {
+  const std::lock_guard guard(lock_);
+  if (isClosed())
+    return;
+  int accepted = 0;
+  bool isShort = false;
+  try {
+    for (; accepted < 16; ++accepted) {
+      boost::system::error_code error;
+      isShort = connections_.size() >= limits_.connections;
+      if (isShort)
+        break;
       Socket client = acceptor_->accept(loops_.next(), error);
-      if (!error)
-        clients.push_back(std::move(client));
+      isShort = isShortage(error);
+      if (error)
+        break;
+      add(std::move(client));
     }
-    if (isClosed())
-      return;
-    if (isShortage(error) && clients.empty()) {
-      pause_ = Pause::Begun;
-      woken_ = true;
-      wake_.notify_one();
-    } else {
-      accept();
-    }
+  } catch (const std::exception&) {
+    isShort = false;
   }
-  for (Socket& client : clients)
-    add(std::move(client));
+  if (isShort && accepted == 0)
+    pause();
+  else
+    accept();
 }
 
+// Needs the lock, while the server is open: a loop that has been released may have no thread any more that would ever
+// take what is posted to it.
 void WebCore::add(Socket socket) {
   const auto context = socket.get_executor();
   const auto connection = std::make_shared<WebConnection>(shared_from_this(), std::move(socket));
-  {
-    const std::lock_guard guard(lock_);
-    connections_.emplace(connection.get(), connection);
-    if (connections_.size() == 1) {
-      woken_ = true;
-      wake_.notify_one();
-    }
+  const auto place = connections_.emplace(connection.get(), connection).first;
+  try {
+    boost::asio::post(context, [connection] { connection->start(); });
+  } catch (const std::exception&) {
+    connections_.erase(place);
+    throw;
   }
-  boost::asio::post(context, [connection] { connection->start(); });
+  if (connections_.size() == 1) {
+    woken_ = true;
+    wake_.notify_one();
+  }
 }
 
 // Its descriptor is free by now.
@@ -170,41 +201,49 @@ void WebCore::wakeWatch() {
   wake_.notify_one();
 }
 
+// It goes on whatever memory is missing for one look.
 void WebCore::watch() {
-  const auto pause = sweepTime(limits_);
-  Clock::time_point nextSweep = Clock::now() + pause;
-  int quiet = 0;
   while (!isClosed() || !loops_.hasEnded()) {
-    {
-      std::unique_lock guard(lock_);
-      const auto woken = [this] { return std::exchange(woken_, false); };
-      if (watched_)
-        wake_.wait_for(guard, busyTick, woken);
-      else if (pause_ != Pause::None)
-        wake_.wait_for(guard, std::min<std::chrono::milliseconds>(pauseTime, pause), woken);
-      else if (!connections_.empty())
-        wake_.wait_for(guard, pause, woken);
-      else
-        wake_.wait(guard, woken);
+    waitToLook();
+    try {
+      look();
+    } catch (const std::exception&) { // the next look makes up for it
     }
-    quiet = loops_.relieve() ? 0 : quiet + 1;
-    if (quiet > quietTicks) {
-      watched_ = false;
-      if (loops_.relieve()) // one that has begun meanwhile and has seen itself watched
-        watched_ = true;
-    }
-    const auto now = Clock::now();
-    if (now >= nextSweep) {
-      for (const auto& connection : getConnections())
-        connection->expire(now);
-      nextSweep = now + pause;
-    }
-    makeRoom(now);
   }
 }
 
-// Room for those who want to come in: who has been idle for longest makes it, a few at a time. When that is of no use,
-// the next attempt to accept somebody tells.
+void WebCore::waitToLook() {
+  const auto sweep = sweepTime(limits_);
+  const auto woken = [this] { return std::exchange(woken_, false); };
+  std::unique_lock guard(lock_);
+  if (watched_)
+    wake_.wait_for(guard, busyTick, woken);
+  else if (pause_ != Pause::None)
+    wake_.wait_for(guard, std::min<std::chrono::milliseconds>(pauseTime, sweep), woken);
+  else if (!connections_.empty())
+    wake_.wait_for(guard, sweep, woken);
+  else
+    wake_.wait(guard, woken);
+}
+
+void WebCore::look() {
+  quiet_ = loops_.relieve() ? 0 : quiet_ + 1;
+  if (quiet_ > quietTicks) {
+    watched_ = false;
+    if (loops_.relieve()) // one that has begun meanwhile and has seen itself watched
+      watched_ = true;
+  }
+  const auto now = Clock::now();
+  if (now >= nextSweep_) {
+    for (const auto& connection : getConnections())
+      connection->expire(now);
+    nextSweep_ = now + sweepTime(limits_);
+  }
+  makeRoom(now);
+}
+
+// Room for those who want to come in: who has been idle for longest makes it, a few at a time, or, where nobody is
+// idle, who has been at one request for longest. When that is of no use, the next attempt to accept somebody tells.
 void WebCore::makeRoom(Clock::time_point now) {
   {
     const std::lock_guard guard(lock_);
@@ -215,24 +254,41 @@ void WebCore::makeRoom(Clock::time_point now) {
     pause_ = Pause::Waiting;
     resumeAt_ = now + pauseTime;
   }
-  std::vector<std::pair<Clock::time_point, std::shared_ptr<WebConnection>>> idle;
+  std::vector<std::pair<Clock::time_point, std::shared_ptr<WebConnection>>> idle, slow;
   for (const auto& connection : getConnections())
-    if (const auto since = connection->idleSince())
-      idle.emplace_back(*since, connection);
-  const std::size_t ended = std::min(idle.size(), 1 + idle.size() / 16);
-  std::partial_sort(idle.begin(), idle.begin() + static_cast<std::ptrdiff_t>(ended), idle.end());
+    if (const auto waits = connection->waitsForClient(); waits && waits->isIdle)
+      idle.emplace_back(waits->since, connection);
+    else if (waits && waits->since + slowTime <= now)
+      slow.emplace_back(waits->since, connection);
+  auto& chosen = idle.empty() ? slow : idle;
+  const std::size_t ended = std::min(chosen.size(), 1 + chosen.size() / 16);
+  std::partial_sort(chosen.begin(), chosen.begin() + static_cast<std::ptrdiff_t>(ended), chosen.end());
   for (std::size_t i = 0; i < ended; ++i)
-    idle[i].second->endIfIdle();
+    chosen[i].second->endUnlessAnswering();
 }
 
 // Needs the lock. On the acceptor's own loop: this may be a step of a connection that is in the middle of something.
 void WebCore::resumeAccepting() {
-  pause_ = Pause::None;
+  if (isClosed())
+    return; // that loop may have ended
   boost::asio::post(loops_.first(), [self = shared_from_this()] {
     const std::lock_guard guard(self->lock_);
     if (!self->isClosed())
       self->accept();
   });
+  pause_ = Pause::None;
+}
+
+bool WebCore::hold(std::size_t bytes, std::size_t before) noexcept {
+  if (bytes <= before) {
+    held_ -= before - bytes;
+    return true;
+  }
+  const std::size_t more = bytes - before;
+  for (std::size_t held = held_; more <= limits_.memory && held <= limits_.memory - more;)
+    if (held_.compare_exchange_weak(held, held + more))
+      return true;
+  return false;
 }
 
 WebCore::Visit::Visit(WebCore& core) : core_(core) {
@@ -241,8 +297,8 @@ WebCore::Visit::Visit(WebCore& core) : core_(core) {
   if ((core.keeper_ && !kept_) || core.isClosed() || !core.visitors_->enter())
     return;
   server_ = &core.server_;
-  busy_.emplace();
-  if (!core.watched_.load(std::memory_order_relaxed)) {
+  busy_.emplace(); // before the look at the watch, which looks the other way round
+  if (!core.watched_) {
     core.watched_ = true;
     core.wakeWatch();
   }

@@ -76,18 +76,23 @@ public:
   };
 
   void removeConnection(const WebConnection& connection);
+  /// Counts what a connection keeps in place of what it kept before, in bytes; false when there is no room for more.
+  bool hold(std::size_t bytes, std::size_t before) noexcept;
 
 private:
   using Acceptor = boost::asio::basic_socket_acceptor<boost::asio::ip::tcp, Executor>;
   using Connections = std::vector<std::shared_ptr<WebConnection>>;
-  /// When no client is accepted for want of descriptors.
+  /// When no client is accepted for want of descriptors, memory, or room among the connections.
   enum class Pause { None, Begun, Waiting };
 
-  void accept();
+  void accept() noexcept;
   void acceptClients();
   void add(Socket socket);
+  void pause() noexcept;
   Connections getConnections() const;
   void watch();
+  void look();
+  void waitToLook();
   void makeRoom(Clock::time_point now);
   void resumeAccepting();
   void wakeWatch();
@@ -100,6 +105,9 @@ private:
   SocketAddress address_;
   std::atomic<bool> closed_{false};
   std::atomic<bool> watched_{false}; ///< whether the watch looks after busy threads
+  std::atomic<std::size_t> held_{0}; ///< bytes of all connections
+  int quiet_ = 0;                    ///< the watch's own, as is the next
+  Clock::time_point nextSweep_;
 
   WebLoops loops_;
   mutable std::mutex lock_; ///< innermost but for a connection's; guards the rest

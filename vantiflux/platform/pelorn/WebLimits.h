@@ -13,9 +13,13 @@ struct WebLimits {
 
   std::chrono::milliseconds idle{60000};     ///< between two requests, and before the first
   std::chrono::milliseconds headTime{10000}; ///< from the first byte of a head to its last
-  std::chrono::milliseconds bodyTime{30000}; ///< for a body, and besides a second for each KiB that has come
+  std::chrono::milliseconds bodyTime{30000}; ///< without a byte of a body
   std::chrono::milliseconds stall{10000};    ///< without taking a byte of a reply
   std::chrono::milliseconds linger{2000};    ///< after the last reply, for the client to read it and close
+
+  std::size_t rate = 16384;                    ///< bytes a second of a body or a reply, after the time for one byte
+  std::size_t memory = std::size_t{256} << 20; ///< bytes of bodies and unsent replies, of all connections together
+  std::size_t connections = 0;                 ///< at a time; 0: half the descriptors that the process may have
 
   unsigned blockedThreads = 64; ///< how many requests may wait for locks at a time before others have to wait for them
 };

@@ -27,11 +27,11 @@ WebLoops::Worker*& WebLoops::self() {
 }
 
 WebLoops::Busy::Busy() {
-  self()->serial.fetch_add(1, std::memory_order_relaxed);
+  self()->serial.fetch_add(1);
 }
 
 WebLoops::Busy::~Busy() {
-  self()->serial.fetch_add(1, std::memory_order_relaxed);
+  self()->serial.fetch_add(1);
 }
 
 void WebLoops::start(const std::shared_ptr<void>& owner) {
@@ -95,7 +95,7 @@ bool WebLoops::relieve() {
     std::size_t stuck = 0;
     bool isNew = false;
     for (Worker& worker : loop.workers) {
-      const std::uint64_t serial = worker.serial.load(std::memory_order_relaxed);
+      const std::uint64_t serial = worker.serial.load();
       anyBusy |= serial % 2 == 1 || serial != worker.seen;
       const bool isStuck = serial % 2 == 1 && serial == worker.seen;
       isNew |= isStuck && !worker.isStuck;

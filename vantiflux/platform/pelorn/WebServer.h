@@ -28,6 +28,7 @@ namespace Pelorn {
 /// | 413    | a body that is too long                                                                          |
 /// | 431    | a head that is too long                                                                          |
 /// | 500    | an exception that left a page                                                                    |
+/// | 503    | a body or a reply that there is no memory for, beside those of other clients                     |
 ///
 /// *Threads.* Pages and the name are set before the server is opened. All else from any thread, at any time.
 class VANTIFLUX_API WebServer {
