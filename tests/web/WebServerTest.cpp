@@ -458,6 +458,26 @@ TEST(WebServer, ClosesWithoutWaitingAndStillReplies) {
   EXPECT_THROW(Server().open("192.0.2.1", 0, "", ""), Pelorn::IOException);
 }
 
+TEST(WebServer, EndsClientsThatComeWhileItCloses) {
+  for (int i = 0; i < 100; ++i) {
+    Server server;
+    const std::uint16_t port = server.port();
+    std::vector<Client> clients(20);
+    std::atomic<std::size_t> connected{0};
+    std::thread comer([&] {
+      for (Client& client : clients)
+        connected += client.connect(port) ? 1 : 0;
+    });
+    EXPECT_TRUE(eventually([&] { return connected > 0; }));
+    server.close();
+    comer.join();
+    for (std::size_t k = 0; k < connected; ++k) {
+      clients[k].send("GET /static HTTP/1.1\r\n\r\n"); // the system may tell only who says something
+      EXPECT_TRUE(clients[k].readToEnd());
+    }
+  }
+}
+
 TEST(WebServer, TurnsExceptionsIntoPages) {
   Server server;
   server.setLogSize(3);
