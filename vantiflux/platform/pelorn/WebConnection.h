@@ -84,6 +84,8 @@ private:
   Next end();
   /// False when the connection has been ended from outside.
   bool enter(State state);
+  bool isWaiting() const;
+  void cut();
 
   const std::shared_ptr<WebCore> core_;
   WebCore::Socket socket_;
