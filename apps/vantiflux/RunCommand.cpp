@@ -18,6 +18,7 @@
 #include "Trouble.h"
 #include "ValueText.h"
 #include "Watcher.h"
+#include "WebInterface.h"
 
 namespace Host {
 
@@ -62,10 +63,13 @@ private:
 
 void runTree(const RunOptions& options) {
   StopSignals signals;
+  const auto web = options.web ? std::optional(parseWebAddress(*options.web)) : std::nullopt;
   const ClearAtEnd clear;
   if (options.file)
     loadTree(*options.file);
   signals.arm();
+  if (web)
+    openWebInterface(*web);
   std::optional<Watching> watching;
   if (!options.watched.empty())
     watching.emplace(options.watched, signals);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace Pelorn {
+
+/// What a web server bears with from its clients. Who exceeds a time gets a reply that says so, where one is due, and
+/// loses the connection.
+struct WebLimits {
+  std::size_t head = 32768;  ///< bytes of request line and headers
+  std::size_t headers = 100; ///< lines of headers
+
+  std::chrono::milliseconds idle{60000};     ///< between two requests, and before the first
+  std::chrono::milliseconds headTime{10000}; ///< from the first byte of a head to its last
+  std::chrono::milliseconds bodyTime{30000}; ///< without a byte of a body
+  std::chrono::milliseconds stall{10000};    ///< without taking a byte of a reply
+  std::chrono::milliseconds linger{2000};    ///< after the last reply, for the client to read it and close
+
+  std::size_t rate = 16384;                    ///< bytes a second of a body or a reply, after the time for one byte
+  std::size_t memory = std::size_t{256} << 20; ///< bytes of bodies and unsent replies, of all connections together
+  std::size_t connections = 0;                 ///< at a time; 0: half the descriptors that the process may have
+
+  unsigned blockedThreads = 64; ///< how many requests may wait for locks at a time before others have to wait for them
+};
+
+} // namespace Pelorn
