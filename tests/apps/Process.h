@@ -17,8 +17,8 @@ namespace test {
 /// A program that was started with its standard output and standard error in pipes.
 class Process {
 public:
-  /// In place of the pipe, the standard output may lead elsewhere.
-  explicit Process(std::vector<std::string> words, int output = -1) {
+  /// In place of the pipe, the standard output may lead elsewhere; the standard input may come from elsewhere.
+  explicit Process(std::vector<std::string> words, int output = -1, int input = -1) {
     std::array<int, 2> out{};
     std::array<int, 2> err{};
     if (pipe2(out.data(), O_CLOEXEC) != 0 || pipe2(err.data(), O_CLOEXEC) != 0)
@@ -27,6 +27,8 @@ public:
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, output >= 0 ? output : out[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
+    if (input >= 0)
+      posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
     std::vector<char*> arguments;
     for (std::string& word : words)
       arguments.push_back(word.data());
