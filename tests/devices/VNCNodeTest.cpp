@@ -1,6 +1,7 @@
 // The VNC client against servers that others have made.
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -19,7 +20,9 @@ using test::XPicture;
 
 struct Kind {
   std::string name;
+  std::string encoding; ///< that it is to use
   std::function<std::unique_ptr<VNCServer>()> make;
+  friend std::ostream& operator<<(std::ostream& out, const Kind& kind) { return out << kind.name; }
 };
 
 class RealServer : public testing::TestWithParam<Kind> {};
@@ -61,12 +64,13 @@ TEST_P(RealServer, ShowsItsScreenAndHeedsThePointer) {
   EXPECT_EQ(client.node->getState(), Node::Running);
   EXPECT_LT(test::secondsOf([&] { client.ns.disable(); }), test::soon);
   EXPECT_EQ(client.node->getState(), Node::Disabled);
+  EXPECT_TRUE(server->used(GetParam().encoding));
 }
 
 INSTANTIATE_TEST_SUITE_P(VNCNode, RealServer,
-                         testing::Values(Kind{"TigerVNC", [] { return std::make_unique<TigerVNC>(); }},
-                                         Kind{"x11vnc", [] { return std::make_unique<X11VNC>(""); }},
-                                         Kind{"x11vncCompressed",
+                         testing::Values(Kind{"TigerVNC", "raw", [] { return std::make_unique<TigerVNC>(); }},
+                                         Kind{"x11vnc", "raw", [] { return std::make_unique<X11VNC>(""); }},
+                                         Kind{"x11vncCompressed", "zlib",
                                               [] {
                                                 return std::make_unique<X11VNC>("Zlib, CopyRect, Cursor, DesktopSize");
                                               }}),
@@ -78,7 +82,7 @@ TEST(VNCNode, TakesANewSize) {
   picture.tell("draw 1");
   VNCClient client(server);
   ASSERT_TRUE(client.shows(320, 240, [](unsigned x, unsigned y) { return pictureAt(x, y, 1); }));
-  for (const auto& [width, height] : {std::pair(640U, 480U), std::pair(300U, 200U)}) {
+  for (const auto& [width, height] : {std::pair(640U, 480U), std::pair(320U, 240U)}) {
     const std::string size = std::to_string(width) + "x" + std::to_string(height);
     test::Process resize({"/usr/bin/xrandr", "-display", server.display(), "--fb", size});
     if (resize.wait() != 0)

@@ -1,0 +1,155 @@
+#include <vantiflux/filters/DTWNode.h>
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+
+#include <vantiflux/core/FieldRow.h>
+#include <vantiflux/core/TreeLock.h>
+#include <vantiflux/platform/tarsil/Console.h>
+
+namespace Vantiflux {
+
+using N = DTWNode;
+
+template <>
+const char* const NodeDescription<N>::typeName_ = "DTWNode";
+template <>
+const char* const NodeDescription<N>::shortDescription_ = "Driver for Foo trackers.";
+template <>
+const char* const NodeDescription<N>::longDescription_ = "Dynamic Time Warping (DTW) node";
+
+template <>
+Field NodeDescription<N>::fields_[] = {
+    fieldRow<N>("randMax", "The rand max for the vector values", "10", &N::setRandMax, &N::getRandMax),
+    fieldRow<N>("TemplateFolder", "The folder with the templates of the gestures, absolute or looked for", "gestures",
+                &N::setTemplateFolder, &N::getTemplateFolder),
+};
+template <>
+NodeType NodeDescription<N>::type_(typeName_, &create, author_, shortDescription_, longDescription_, fields_,
+                                   std::size(fields_));
+
+const NodeType* DTWNode::type() const {
+  return &type_;
+}
+
+DTWNode::DTWNode() {
+  publishSlots();
+}
+
+DTWNode::~DTWNode() {
+  disable();
+  DTWNode::stop();
+}
+
+// Publishing connects slots, and who is called then may disable the node.
+void DTWNode::initialize() {
+  Tarsil::printErrorLine("Foo: Run initialize");
+  Node::initialize();
+  mode_ = GestureReader::RecordTemplates;
+  const TreeLock lock;
+  const unsigned publication = publication_;
+  const auto publish = [&](const char* label, auto& slot) {
+    if (publication_ == publication)
+      attachSlot(label, slot);
+  };
+  publish("test", test_);
+  publish("distance", distance_);
+  publish("gesture", gesture_);
+  for (ButtonSlot& button : buttons_)
+    publish(button.label, button.slot);
+  publish("acc", acc_);
+}
+
+void DTWNode::shutdown() {
+  Tarsil::printErrorLine("Foo: Run shutdown");
+  stop();
+  const TreeLock lock;
+  ++publication_;
+  removeInSlot("acc", &acc_);
+  for (ButtonSlot& button : buttons_)
+    removeInSlot(button.label, &button.slot);
+  removeOutSlot("gesture", &gesture_);
+  removeOutSlot("distance", &distance_);
+  removeOutSlot("test", &test_);
+  Node::shutdown();
+}
+
+// Two writers of one slot may leave one value for two calls: the second finds it taken.
+void DTWNode::newData(BasicInSlot& slot) {
+  Event event{nullptr, false, {}};
+  const std::lock_guard guard(queueLock_);
+  if (slot.empty())
+    return;
+  if (&slot == &acc_) {
+    event.acceleration = acc_.pop().getValue();
+  } else {
+    const auto found =
+        std::find_if(buttons_.begin(), buttons_.end(), [&slot](const ButtonSlot& b) { return &b.slot == &slot; });
+    if (found == buttons_.end())
+      return;
+    event.button = &found->slot;
+    event.down = found->slot.pop().getValue();
+  }
+  if (queue_.size() < maxQueued)
+    queue_.push_back(event);
+  else
+    overflowed_ = true;
+}
+
+int DTWNode::thread() {
+  processData();
+  return 0;
+}
+
+void DTWNode::processData() {
+  Tarsil::printErrorLine("Foo: Run processData");
+  setState(Running);
+  const auto goOn = [this] { return waitThread(0); };
+  const DTW::mydtw known(getTemplateFolder(), goOn);
+  logTemplates(known);
+  GestureReader reader(known, mode_,
+                       {[](const std::string& line) { Tarsil::printLine(line); },
+                        [this](std::int32_t gesture, double distance) {
+                          gesture_.push(static_cast<float>(gesture));
+                          distance_.push(static_cast<float>(distance));
+                        },
+                        [this](const std::string& line) { addLog(line); }, goOn});
+  std::vector<Event> events;
+  while (waitThread(10)) {
+    bool overflowed = false;
+    {
+      const std::lock_guard guard(queueLock_);
+      events.clear();
+      events.swap(queue_);
+      std::swap(overflowed, overflowed_);
+    }
+    if (overflowed)
+      addLog("What was written came faster than it could be taken, and was dropped");
+    for (const Event& event : events)
+      if (goOn())
+        handle(reader, event);
+  }
+  if (getState() == Running) // after a shutdown from inside it stays Disabled
+    setState(Sleeping);
+  Tarsil::printErrorLine("Foo: finish processData");
+}
+
+void DTWNode::handle(GestureReader& reader, const Event& event) {
+  if (event.button == nullptr) {
+    reader.accelerate(event.acceleration);
+    return;
+  }
+  for (const ButtonSlot& button : buttons_)
+    if (&button.slot == event.button)
+      reader.press(button.button, event.down);
+}
+
+void DTWNode::logTemplates(const DTW::mydtw& known) {
+  std::size_t count = 0;
+  for (const auto& ofClass : known.templates())
+    count += ofClass.size();
+  addLog(std::to_string(count) + " templates in " + DTW::mydtw::findFolder(getTemplateFolder()));
+}
+
+} // namespace Vantiflux
