@@ -1,9 +1,7 @@
 #pragma once
 
 #include <array>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -53,7 +51,7 @@ public:
   const std::string& port() const { return port_; }
   /// Which encodings it is to use, as of the node.
   virtual std::string encodings() const = 0;
-  /// Ends it. Whether it has said that this is the encoding that it uses, if it says so at all.
+  /// Whether it has said that this is the encoding that it uses, if it says so at all.
   virtual bool used(const std::string&) { return true; }
 
 protected:
@@ -100,16 +98,14 @@ public:
   }
   std::string encodings() const override { return encodings_; }
   bool used(const std::string& encoding) override {
-    server_->signal(SIGTERM); // it keeps its log until then
-    server_->wait();
-    std::ostringstream text;
-    text << std::ifstream(log_).rdbuf();
-    return text.str().find("Using " + encoding + " encoding for client") != std::string::npos;
+    std::string line;
+    do
+      line = server_->readErrorLine();
+    while (!line.empty() && line.find(" encoding for client") == std::string::npos);
+    return line.find("Using " + encoding) != std::string::npos;
   }
 
 private:
-  const TemporaryFolder folder_;
-  const std::string log_ = (folder_.path() / "log").string(); // in a pipe that nobody reads it would get stuck
   std::string encodings_;
   Process screen_;
   std::unique_ptr<Process> server_;
