@@ -126,7 +126,7 @@ TEST(DTWNode, RecordsAndRecognizes) {
     hand.recognized();
   }
   const std::string printed = testing::internal::GetCapturedStdout();
-  EXPECT_EQ(printed.substr(0, 40), "file_counter reseted\n16 - 0 - 16 - 22.62");
+  EXPECT_EQ(printed.substr(0, 40), "file_counter reseted\n15 - 0 - 16 - 21.93");
   const std::string rest = printed.substr(printed.find("\n\n") + 2);
   EXPECT_EQ(rest.substr(0, rest.find("treshold[1]")),
             "6 - 0 - -11 - 12.53\n6 - 0 - -11 - 12.53\n\nchanged to Check Gesture Mode\ngest START\ngest END\ngesture "
