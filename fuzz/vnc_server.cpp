@@ -1,6 +1,6 @@
 // All that a VNC server says, from its version on: the client ends with a reason, or because there is no more.
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
 #include <fcntl.h>
@@ -18,16 +18,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   using namespace Vantiflux;
-  RFBStream stream(
-      [&](void* to, std::size_t count) {
-        if (count > size)
-          return false;
-        std::memcpy(to, bytes, count);
-        bytes += count;
-        size -= count;
-        return true;
-      },
-      [](std::string_view message) { fuzz::require(!message.empty() && message.size() < 100); });
+  fuzz::Input input(bytes, size);
+  RFBStream stream([&input](void* to, std::size_t count) { return input.read(to, count); },
+                   [](std::string_view message) { fuzz::require(!message.empty() && message.size() < 100); });
   try {
     RFBHandshake handshake(stream, "password");
     if (!handshake.run()) {

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -6,18 +5,14 @@
 #include <memory>
 #include <numbers>
 #include <string>
-#include <string_view>
-#include <vector>
+#include <utility>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
-#include <vantiflux/platform/pelorn/UDP.h>
-
-#include "Motion.h"
+#include "DatagramDevice.h"
 #include "Options.h"
-#include "Session.h"
 #include "SimulateCommand.h"
 #include "Touch.h"
 
@@ -90,48 +85,22 @@ private:
   std::string arguments_;
 };
 
-class TUIOSimulator {
+class TUIOSimulator : public DatagramDevice {
 public:
   explicit TUIOSimulator(const TUIOOptions& options)
-      : options_(options), address_("/tuio/" + options.profile), letters_(profiles.at(options.profile)),
-        chance_(options.seed) {}
-
-  void run() {
-    const Place to = placeOf(options_.to);
-    socket_.open("", 0, to.address, to.port);
-    Session session(options_.seconds, [this] { socket_.breakWait(); });
-    announce(to.address + ":" + std::to_string(to.port));
-    auto next = Clock::now();
-    while (!options_.ends(frames_) && session.sleepUntil(next)) {
-      next = std::max(next, Clock::now() - std::chrono::seconds(1));
-      next += std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(1 / options_.rate));
-      std::string datagram = frame();
-      if (chance_.happens(options_.malform))
-        datagram = malformed(std::move(datagram));
-      if (!chance_.happens(options_.lose))
-        socket_.send(datagram.data(), static_cast<int>(datagram.size()));
-      ++frames_;
-      if (frames_ == options_.breakAfter)
-        session.sleep(options_.pause);
-      if (frames_ == options_.restartAfter && session.sleep(options_.pause)) {
-        number_ = 0;
-        lastSession_ = 0;
-        ends_.clear();
-      }
-    }
-  }
+      : DatagramDevice(options), options_(options), address_("/tuio/" + options.profile),
+        letters_(profiles.at(options.profile)) {}
 
 private:
   /// Which touches there are: each stays for a while, and later comes another.
-  void update(double now) {
-    std::erase_if(ends_, [now](const auto& touch) { return touch.second <= now; });
+  void update() {
+    std::erase_if(ends_, [this](const auto& touch) { return touch.second <= now(); });
     if (ends_.size() < options_.touches && chance_.happens(0.3))
-      ends_[++lastSession_] = now + options_.stay * (0.5 + chance_.number());
+      ends_[++lastSession_] = now() + options_.stay * (0.5 + chance_.number());
   }
 
-  std::string frame() {
-    const double now = static_cast<double>(frames_) / options_.rate;
-    update(now);
+  std::string frame() override {
+    update();
     TUIOMessage source(address_, "source");
     source.add("vantiflux@127.0.0.1");
     TUIOMessage alive(address_, "alive");
@@ -139,14 +108,14 @@ private:
       alive.add(touch.first);
     std::string bundle = std::string("#bundle\0", 8) + number(0) + number(1) + source.bytes() + alive.bytes();
     for (const auto& touch : ends_)
-      bundle += set(touch.first, now).bytes();
+      bundle += set(touch.first).bytes();
     TUIOMessage end(address_, "fseq");
     end.add(++number_);
     return bundle + end.bytes();
   }
 
-  TUIOMessage set(int session, double now) {
-    const Touch touch = touchAt(session, now);
+  TUIOMessage set(int session) {
+    const Touch touch = touchAt(session, now());
     const auto blurred = [&](double value) { return value + chance_.normal(options_.noise); };
     TUIOMessage message(address_, "set");
     message.add(session);
@@ -168,7 +137,7 @@ private:
         message.add(touch.velocity[1]);
         break;
       case 'a':
-        message.add(std::remainder(now + session, 2 * std::numbers::pi) + chance_.normal(options_.jitter) / 57.3);
+        message.add(std::remainder(now() + session, 2 * std::numbers::pi) + chance_.normal(options_.jitter) / 57.3);
         break;
       case 'w':
       case 'h':
@@ -180,7 +149,7 @@ private:
     return message;
   }
 
-  std::string malformed(std::string datagram) {
+  std::string malformed(std::string datagram) override {
     const unsigned place = chance_.below(static_cast<unsigned>(datagram.size()));
     switch (chance_.below(5)) {
     case 0:
@@ -196,12 +165,15 @@ private:
     }
   }
 
+  void restart() override {
+    number_ = 0;
+    lastSession_ = 0;
+    ends_.clear();
+  }
+
   const TUIOOptions options_;
   const std::string address_;
   const std::string letters_;
-  Chance chance_;
-  Pelorn::UDP socket_;
-  std::uint64_t frames_ = 0;
   int number_ = 0;
   int lastSession_ = 0;
   std::map<int, double> ends_; ///< when each touch goes
@@ -224,7 +196,7 @@ void addTUIO(CLI::App& simulate, Program& program) {
       ->check(CLI::Range(0.01, 1e6))
       ->capture_default_str();
   addOptions(*command, *options);
-  command->callback([options, &program] { program = [options] { TUIOSimulator(*options).run(); }; });
+  command->callback([options, &program] { program = [options] { TUIOSimulator(*options).run(options->to); }; });
 }
 
 } // namespace Simulate
