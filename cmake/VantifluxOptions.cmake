@@ -33,7 +33,7 @@ if(VANTIFLUX_SANITIZE)
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(vantiflux_options INTERFACE -fsanitize=${VANTIFLUX_SANITIZE})
 endif()
-if(VANTIFLUX_FUZZ AND VANTIFLUX_SANITIZE)
+if(VANTIFLUX_FUZZ)
   # Coverage in the library as well, or the fuzzer is blind.
   target_compile_options(vantiflux_options INTERFACE -fsanitize=fuzzer-no-link)
   target_link_options(vantiflux_options INTERFACE -fsanitize=fuzzer-no-link)

@@ -15,12 +15,9 @@ using test::areOnPath;
 using test::Bench;
 using test::Collector;
 using test::Device;
-using test::secondsOf;
 
 std::string freeDatagramPort() {
-  Pelorn::UDP socket;
-  socket.open("127.0.0.1", 0);
-  return std::to_string(socket.getLocalAddress().getServicePort());
+  return std::to_string(test::freePort<Pelorn::UDP>());
 }
 
 /// A node on a free port, and who sends to it.
@@ -137,9 +134,29 @@ TEST(ARTNode, AnotherFormatIsAnErrorUntilTheNextStart) {
     EXPECT_EQ(pair.node->getShortInfo(), "ART: IO-Error");
   }
   const Collector<test::Vec3> position(pair.ns, "n/Position 0");
-  ASSERT_TRUE(pair.runs("Operating"));
-  EXPECT_LT(secondsOf([&] { pair.ns.disable(); }), test::soon);
+  EXPECT_TRUE(test::stopsAtOnce(
+      [&] {
+        pair.ns.enable();
+        EXPECT_TRUE(pair.runs("Operating"));
+      },
+      [&] { pair.ns.disable(); }));
   EXPECT_EQ(pair.node->getState(), Node::Disabled);
+}
+
+TEST(ARTNode, GoesOnWhenTheControllerHasRestarted) {
+  Pair pair;
+  const Collector<test::Vec3> position(pair.ns, "n/Position 0");
+  ASSERT_TRUE(pair.runs("Operating"));
+  const Device device({"art", "--to", "127.0.0.1:" + pair.port, "--restart-after", "10", "--pause", "0.2"});
+  EXPECT_TRUE(areOnPath(position.atLeast(30), 0));
+}
+
+TEST(ARTNode, WorksInItsExample) {
+  const std::string port = freeDatagramPort();
+  test::ExampleTree tree("art.vfx", "Room", "Port", port);
+  const Device device({"art", "--to", "127.0.0.1:" + port});
+  const auto position = Collector<test::Vec3>(tree.ns, "Room/Position 0").more(5);
+  EXPECT_LT(position.at(0).y, -0.35F); // the origin is that of the tree, 0.7 m higher
 }
 
 TEST(ARTNode, APortThatIsTakenIsAnError) {

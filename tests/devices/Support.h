@@ -145,11 +145,4 @@ inline void send(Pelorn::Socket& socket, const std::string& text) {
   EXPECT_TRUE(stream.write(text, 30000));
 }
 
-/// A port of the loopback interface that nobody listens on just now.
-inline std::uint16_t freePort() {
-  Pelorn::ServerSocket server;
-  server.open("127.0.0.1", 0);
-  return server.getLocalAddress().getServicePort();
-}
-
 } // namespace test

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
+#include <fstream>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -11,6 +12,8 @@
 
 #include <apps/Process.h>
 #include <devices/Support.h>
+
+#include <vantiflux/state/StateKeeperXML.h>
 
 #include "simulate/Motion.h"
 
@@ -123,6 +126,31 @@ double secondsOf(Action&& action) {
 
 /// Stopping is a matter of a fifth of a second; a busy machine gets more.
 inline constexpr double soon = 3;
+
+/// Whether a stop is done in a fifth of a second once, in some rounds of `begin` and `stop`: what a busy machine adds
+/// to some of them does not count.
+template <class Begin, class Stop>
+bool stopsAtOnce(Begin&& begin, Stop&& stop) {
+  for (int round = 0; round < 50; ++round) {
+    begin();
+    if (secondsOf(stop) < 0.2)
+      return true;
+  }
+  return false;
+}
+
+/// A tree of the examples, loaded, with one field changed so that its node finds the simulated device.
+struct ExampleTree {
+  ExampleTree(const char* file, const std::string& label, const char* field, const std::string& value) {
+    std::ifstream stream(std::string(TREES "/") + file);
+    Vantiflux::StateKeeperXML::load(ns, stream);
+    ns.getNamespace(label)->setFieldValue(field, value);
+    ns.enable();
+  }
+  ~ExampleTree() { ns.clear(); }
+
+  Vantiflux::Namespace ns;
+};
 
 inline std::vector<std::string> slotsOf(const Vantiflux::Namespace& ns) {
   std::vector<Vantiflux::LabeledOutSlot> slots;

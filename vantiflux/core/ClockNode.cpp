@@ -60,8 +60,7 @@ void ClockNode::thread() {
     }
   } while (waitThread(200));
   timeSlot_.invalidateValue();
-  if (getState() == Running) // after a shutdown from inside it stays Disabled
-    setState(Sleeping, "");
+  reportEnd();
 }
 
 } // namespace Vantiflux

@@ -1,5 +1,7 @@
 #include <vantiflux/core/Node.h>
 
+#include <algorithm>
+
 #include <vantiflux/core/Root.h>
 
 namespace Vantiflux {
@@ -24,6 +26,14 @@ void Node::setState(State state, const std::string& shortInfo) {
   const std::lock_guard guard(reportLock_);
   state_ = state;
   shortInfo_ = shortInfo;
+}
+
+bool Node::changeState(State from, State next) {
+  const std::lock_guard guard(reportLock_);
+  const bool changes = state_ == from;
+  if (changes)
+    state_ = next;
+  return changes;
 }
 
 std::string Node::getShortInfo() const {
@@ -149,14 +159,20 @@ void Node::shutdown() {
   Namespace::shutdown();
 }
 
+bool Node::hasAttached(const Slot& slot) const {
+  return std::find(attached_.begin(), attached_.end(), &slot) != attached_.end();
+}
+
 void Node::attachSlot(const std::string& label, BasicOutSlot& slot) {
   slot.addListener(*this);
   addOutSlot(label, &slot);
+  attached_.push_back(&slot);
 }
 
 void Node::attachSlot(const std::string& label, BasicInSlot& slot) {
   slot.addListener(*this);
   addInSlot(label, &slot);
+  attached_.push_back(&slot);
 }
 
 void Node::publishSlots() {

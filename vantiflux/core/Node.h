@@ -40,6 +40,8 @@ public:
   State getState() const;
   void setState(State state);
   void setState(State state, const std::string& shortInfo);
+  /// Puts `next` in the place of the state `from`, and says whether it did: any other state stays.
+  bool changeState(State from, State next);
   std::string getShortInfo() const;
   void setShortInfo(const std::string& shortInfo);
   /// The word that people see for a state; "[NA]" for anything that is none.
@@ -80,17 +82,25 @@ protected:
   void attachSlot(const std::string& label, BasicOutSlot& slot);
   void attachSlot(const std::string& label, BasicInSlot& slot);
 
+  /// For a worker at the end of its run: Running becomes Sleeping. What was reported instead stays, and so does
+  /// Disabled after a shutdown from inside the run.
+  void reportEnd() { changeState(Running, Sleeping); }
+
   /// Adds the external route that publishes all slots in the parent as "label of the node/label of the slot".
   void publishSlots();
 
 private:
+  friend class Graveyard;
+
   static constexpr std::uint32_t logCapacity = 20;
 
   void slotStarted();
   void slotStopped();
   const Field* findField(const std::string& name) const;
+  bool hasAttached(const Slot& slot) const;
 
-  std::int32_t startedSlots_ = 0; ///< guarded by the lock of structure
+  std::vector<const Slot*> attached_; ///< to know them by; guarded by the lock of structure
+  std::int32_t startedSlots_ = 0;     ///< guarded by the lock of structure
 
   mutable std::mutex reportLock_; ///< innermost; guards the rest
   State state_ = Sleeping;

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::array<int, 9> usualRates{9600, 19200, 38400, 115200, 1200, 2400, 4800, 57600, 300};
 
+constexpr int attempts = 3;
 constexpr int replyTime = 1000;    // milliseconds that the tracker has for a reply
 constexpr int settlingTime = 250;  // for the tracker to change its speed, and for the line to empty before that
 constexpr int shortSettling = 150; // the same, when somebody waits for the end
@@ -40,18 +41,18 @@ FastrakPort::Opened FastrakPort::open(const Settings& settings) {
   std::copy(usualRates.begin(), usualRates.end(), rates.begin() + 1);
   for (const int rate : rates) {
     if (!openAt(rate))
-      return port_.broken() ? Opened::Stopped : Opened::NoPort;
+      return stopped() ? Opened::Stopped : Opened::NoPort;
     if (detect()) {
       detectedRate_ = rate;
       break;
     }
-    if (port_.broken())
+    if (stopped())
       break;
   }
   if (detectedRate_ != 0 && (detectedRate_ == settings.baudRate || switchTo(settings.baudRate)))
     return Opened::Yes;
   leave();
-  return port_.broken() ? Opened::Stopped : Opened::NoTracker;
+  return stopped() ? Opened::Stopped : Opened::NoTracker;
 }
 
 bool FastrakPort::openAt(int baudRate) {
@@ -74,7 +75,7 @@ bool FastrakPort::openAt(int baudRate) {
 }
 
 bool FastrakPort::detect() {
-  for (int attempt = 0; attempt < 3; ++attempt) {
+  for (int attempt = 0; attempt < attempts; ++attempt) {
     send("c");
     if (!sleep_(200))
       return false;
@@ -93,23 +94,25 @@ bool FastrakPort::detect() {
 }
 
 // The tracker changes its speed as soon as it has the command, so from then on this side must follow it, whatever
-// happens: otherwise it could not be put back.
+// happens: otherwise it could not be put back. The port stays open meanwhile, so nobody else can take it.
 bool FastrakPort::switchTo(int baudRate) {
   const std::string command = portSettings(settings_, baudRate);
   send(command);
-  if (sleep_(settlingTime) && openAt(baudRate))
+  const bool settled = sleep_(settlingTime);
+  const bool followed = port_.setBitsPerSecond(baudRate);
+  if (settled && followed) {
+    reader_.discard();
     return true;
-  if (port_.isOpen() && !command.empty()) {
-    port_.setBitsPerSecond(baudRate);
-    close();
   }
+  if (followed && !command.empty())
+    close();
   return false;
 }
 
 void FastrakPort::close() {
   if (detectedRate_ != 0 && port_.isOpen()) {
-    const bool hurry = port_.broken();
-    stream_.buf().sendFinal("c" + portSettings(settings_, detectedRate_), hurry ? shortSettling : replyTime);
+    const bool hurry = stopped();
+    stream_.buf().sendFinal("c" + portSettings(settings_, detectedRate_), shortSettling);
     if (hurry || !sleep_(settlingTime))
       Tarsil::Thread::sleep(shortSettling);
   }
@@ -124,17 +127,20 @@ void FastrakPort::leave() {
 }
 
 bool FastrakPort::askActive(Active& active) {
-  for (char station = '1'; station <= '4'; ++station)
-    send(std::string("l") + station + ",1\r");
-  send("l1\r");
-  std::string_view line;
-  // Nine characters with the line feed.
-  if (reader_.read(line, replyTime) != LineReader::Result::Line || line.size() + 1 < 9 ||
-      !FastrakRecord::isReply(line, 'l'))
-    return false;
-  for (std::size_t i = 0; i < active.size(); ++i)
-    active[i] = line[3 + i] == '1';
-  return true;
+  for (int attempt = 0; attempt < attempts && !stopped(); ++attempt) {
+    for (char station = '1'; station <= '4'; ++station)
+      send(std::string("l") + station + ",1\r");
+    send("l1\r");
+    std::string_view line;
+    // Nine characters with the line feed.
+    if (reader_.read(line, replyTime) != LineReader::Result::Line || line.size() + 1 < 9 ||
+        !FastrakRecord::isReply(line, 'l'))
+      continue;
+    for (std::size_t i = 0; i < active.size(); ++i)
+      active[i] = line[3 + i] == '1';
+    return true;
+  }
+  return false;
 }
 
 void FastrakPort::startStream(const Active& active, const std::string& hemisphere) {

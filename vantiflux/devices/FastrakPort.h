@@ -17,7 +17,8 @@ namespace Vantiflux {
 /// The serial line to a Fastrak: finds the tracker at whatever speed it has, brings it to the one that is wanted, and
 /// leaves it as it was found.
 ///
-/// *Threads.* One thread, but for `resetWait` and `breakWait`, which ends every operation soon.
+/// *Threads.* One thread, but for `resetWait` and `breakWait`. To end an operation soon, let `Sleep` return false
+/// first, and then call `breakWait`.
 class VANTIFLUX_API FastrakPort {
 public:
   struct Settings {
@@ -43,13 +44,14 @@ public:
   Opened open(const Settings& settings);
   const std::string& trouble() const noexcept { return trouble_; }
 
-  /// Makes the tracker silent, puts its speed back and closes the port.
+  /// Makes the tracker silent, puts its speed back and closes the port. Takes a quarter of a second, somewhat less when
+  /// told to stop, and up to half a second more when the line takes nothing.
   void close();
 
   /// The name that the tracker told.
   const std::string& name() const noexcept { return name_; }
 
-  /// Switches all stations on and asks which of them have a sensor. False without a proper answer.
+  /// Switches all stations on and asks which of them have a sensor, three times at most. False without a proper answer.
   bool askActive(Active& active);
 
   /// Lets the tracker send records of position, quaternion and stylus, in centimetres.
@@ -66,6 +68,7 @@ private:
   bool detect();
   bool switchTo(int baudRate);
   void leave();
+  bool stopped() { return !sleep_(0); }
   void send(std::string_view text);
   static std::string portSettings(const Settings& settings, int baudRate);
 

@@ -46,8 +46,7 @@ int SerialStateNode::thread() {
   if (openPort())
     watch();
   port_.close();
-  if (getState() == Running)
-    setState(Sleeping);
+  reportEnd();
   return 0;
 }
 

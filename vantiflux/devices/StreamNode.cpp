@@ -56,9 +56,4 @@ void StreamNode::sendDeinitString(const std::function<bool(std::string_view piec
   });
 }
 
-void StreamNode::reportEnd() {
-  if (getState() == Running)
-    setState(Sleeping);
-}
-
 } // namespace Vantiflux

@@ -67,9 +67,6 @@ protected:
   /// Sleeps on although the worker is to end. Ends early when a piece could not be sent.
   void sendDeinitString(const std::function<bool(std::string_view piece)>& send);
 
-  /// Sleeping, unless something else than Running was reported meanwhile.
-  void reportEnd();
-
   InSlot<std::string> dataIn_;
   OutSlot<std::string> dataOut_;
   Outlet outlet_;

@@ -83,11 +83,6 @@ void TrackerNode::addPose(Rows& rows, std::size_t number, PoseSlots& slots) {
   rows.emplace_back("Matrix " + suffix, &slots.matrix);
 }
 
-void TrackerNode::reportEnd() {
-  if (getState() == Running)
-    setState(Sleeping);
-}
-
 void TrackerNode::print(const std::string& text) {
   addLog(text);
   Tarsil::printLine(text);

@@ -58,9 +58,6 @@ protected:
   /// Appends "Position N", "Orientation N" and "Matrix N".
   static void addPose(Rows& rows, std::size_t number, PoseSlots& slots);
 
-  /// Sleeping, unless something else than Running was reported meanwhile.
-  void reportEnd();
-
   /// Prints a line on the standard output, for those who watch it, and keeps it in the log. Never waits for a reader.
   void print(const std::string& text);
 

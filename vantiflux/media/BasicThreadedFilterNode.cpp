@@ -85,8 +85,7 @@ void BasicThreadedFilterNode<In, Out>::thread() {
     frameEvent_.wait();
     work();
   }
-  if (getState() == Running) // after a shutdown from inside it stays Disabled
-    setState(Sleeping);
+  reportEnd();
   Tarsil::printLine("BasicThreadedFilterNode::thread end ");
 }
 

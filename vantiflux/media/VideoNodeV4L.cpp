@@ -5,7 +5,9 @@
 #include <cstring>
 #include <fnmatch.h>
 #include <limits>
+#include <poll.h>
 
+#include <vantiflux/platform/pelorn/Deadline.h>
 #include <vantiflux/platform/pelorn/Exception.h>
 #include <vantiflux/platform/tarsil/Console.h>
 
@@ -233,7 +235,7 @@ bool VideoNodeV4L::doMMap(VideoDevice& device) {
     setState(Running, runningText());
     grab(device, buffers);
   }
-  reportEnd();
+  fallAsleep();
   buffers.release();
   return streams;
 }
@@ -244,8 +246,10 @@ void VideoNodeV4L::grab(VideoDevice& device, VideoBuffers& buffers) {
       return;
     const unsigned char* bytes = nullptr;
     const VideoBuffers::Taking taking = buffers.take(bytes);
-    if (taking == VideoBuffers::Taking::Nothing)
+    if (taking == VideoBuffers::Taking::Nothing) {
+      rest();
       continue;
+    }
     if (taking == VideoBuffers::Taking::Failed)
       return;
     const SmartPtr<Image> frame = newFrame();
@@ -265,7 +269,7 @@ bool VideoNodeV4L::doRead(VideoDevice& device) {
   for (;;) {
     switch (device.waitForFrame(wake_->descriptor())) {
     case VideoDevice::Ready::Woken:
-      reportEnd();
+      fallAsleep();
       return true;
     case VideoDevice::Ready::NotReadable:
     case VideoDevice::Ready::Failed:
@@ -277,9 +281,17 @@ bool VideoNodeV4L::doRead(VideoDevice& device) {
     const VideoDevice::Reading reading = device.read(frame->data(), frame->size());
     if (reading == VideoDevice::Reading::Failed)
       return fail("Cannot read device");
-    if (reading == VideoDevice::Reading::Whole)
+    if (reading == VideoDevice::Reading::Nothing)
+      rest();
+    else
       frames_.push(Data<SmartPtr<Image>>(frame));
   }
+}
+
+// A driver may call the device readable and have no frame, again and again.
+void VideoNodeV4L::rest() const {
+  pollfd wake{wake_->descriptor(), POLLIN, 0};
+  Pelorn::pollUntil(&wake, 1, Pelorn::Deadline(2));
 }
 
 SmartPtr<Image> VideoNodeV4L::newFrame() const {
@@ -294,10 +306,11 @@ std::string VideoNodeV4L::runningText() const {
          Image::format2String(frameFormat_);
 }
 
-// After a shutdown from inside it stays Disabled.
-void VideoNodeV4L::reportEnd() {
-  if (getState() != Disabled)
-    setState(Sleeping);
+// Whatever it was, but for a shutdown from inside.
+void VideoNodeV4L::fallAsleep() {
+  State state = getState();
+  while (state != Disabled && !changeState(state, Sleeping))
+    state = getState();
 }
 
 } // namespace Vantiflux

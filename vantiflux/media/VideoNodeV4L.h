@@ -70,9 +70,10 @@ private:
   bool doMMap(Pelorn::VideoDevice& device);
   bool doRead(Pelorn::VideoDevice& device);
   void grab(Pelorn::VideoDevice& device, Pelorn::VideoBuffers& buffers);
+  void rest() const;
   SmartPtr<Image> newFrame() const;
   std::string runningText() const;
-  void reportEnd();
+  void fallAsleep();
 
   Setting<Found> found_;
 
