@@ -131,8 +131,7 @@ void TUIONode::thread() {
   if (!socket_.broken())
     report(result == Pelorn::WaitResult::Timeout ? "TUIO::UDP::WaitForData = Timeout"
                                                  : "TUIO::UDP::WaitForData = Error");
-  if (getState() == Running) // after a shutdown from inside it stays Disabled
-    setState(Sleeping);
+  reportEnd();
 }
 
 void TUIONode::report(const std::string& text) {

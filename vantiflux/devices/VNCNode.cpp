@@ -157,8 +157,8 @@ void VNCNode::communicate(RFBStream& stream) {
     setState(Error, e.what());
     return;
   }
-  if (getState() != Disabled) // after a shutdown from inside it stays that
-    setState(Sleeping, end);
+  if (changeState(Running, Sleeping)) // after a shutdown from inside it stays Disabled
+    setShortInfo(end);
 }
 
 void VNCNode::followScreen(RFBSession& session) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
+#include <utility>
 
 #include <vantiflux/core/FieldRow.h>
 #include <vantiflux/core/TreeLock.h>
@@ -34,6 +35,12 @@ const NodeType* DTWNode::type() const {
 }
 
 DTWNode::DTWNode() {
+  test_.addListener(*this);
+  distance_.addListener(*this);
+  gesture_.addListener(*this);
+  for (ButtonSlot& button : buttons_)
+    button.slot.addListener(*this);
+  acc_.addListener(*this);
   publishSlots();
 }
 
@@ -49,16 +56,16 @@ void DTWNode::initialize() {
   mode_ = GestureReader::RecordTemplates;
   const TreeLock lock;
   const unsigned publication = publication_;
-  const auto publish = [&](const char* label, auto& slot) {
-    if (publication_ == publication)
-      attachSlot(label, slot);
-  };
-  publish("test", test_);
-  publish("distance", distance_);
-  publish("gesture", gesture_);
+  const auto enabled = [&] { return publication_ == publication; };
+  for (const auto& [label, slot] :
+       {std::pair<const char*, BasicOutSlot*>("test", &test_), {"distance", &distance_}, {"gesture", &gesture_}})
+    if (enabled())
+      addOutSlot(label, slot);
   for (ButtonSlot& button : buttons_)
-    publish(button.label, button.slot);
-  publish("acc", acc_);
+    if (enabled())
+      addInSlot(button.label, &button.slot);
+  if (enabled())
+    addInSlot("acc", &acc_);
 }
 
 void DTWNode::shutdown() {
@@ -130,8 +137,7 @@ void DTWNode::processData() {
       if (goOn())
         handle(reader, event);
   }
-  if (getState() == Running) // after a shutdown from inside it stays Disabled
-    setState(Sleeping);
+  reportEnd();
   Tarsil::printErrorLine("Foo: finish processData");
 }
 
