@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <devices/TrackerSupport.h>
-#include <vantiflux/devices/TUIONode.h>
+#include <vantiflux/core/Node.h>
 
 #include "simulate/Touch.h"
 
@@ -19,14 +19,10 @@ using namespace Vantiflux;
 using test::Collector;
 using test::Device;
 
-/// A tree with routes from the controller to a node with these templates.
-std::string treeOf(const test::TemporaryFolder& folder, const std::string& templates) {
-  std::string text = R"(<Vantiflux versionMajor="1" versionMinor="0">)";
-  for (const std::string slot : {"acc", "butA", "butB", "butOne", "butTwo", "butHome"})
-    text += R"(<Route from="Controller/)" + slot + R"(" to="n/)" + slot + R"("/>)";
-  text += R"(<Node label="n" type="DTWNode"><Parameter name="TemplateFolder" value=")" + templates +
-          R"("/></Node></Vantiflux>)";
-  return folder.write("tree.vfx", text);
+/// The example's tree, whose folder of templates is looked for from the working directory on.
+const std::string tree = TREES "/gestures.vfx";
+void workIn(const std::filesystem::path& folder) {
+  std::filesystem::current_path(folder);
 }
 
 std::string lineWith(Device& device, const std::string& word) {
@@ -39,7 +35,8 @@ std::string lineWith(Device& device, const std::string& word) {
 
 TEST(Gesture, IsRecordedStoredAndRecognized) {
   const test::TemporaryFolder folder;
-  const std::string tree = treeOf(folder, folder.path().string());
+  workIn(folder.path());
+  const std::filesystem::path circles = folder.path() / "examples/gestures/circles";
   std::string stored;
   {
     Device device({"gesture", tree, "--record", "--gesture", "circle", "--rate", "1000"});
@@ -51,8 +48,8 @@ TEST(Gesture, IsRecordedStoredAndRecognized) {
     }
     EXPECT_EQ(device.end(), 0);
   }
-  std::filesystem::create_directory(folder.path() / "circles");
-  folder.write("circles/0.csv", stored);
+  std::filesystem::create_directories(circles);
+  folder.write("examples/gestures/circles/0.csv", stored);
   Device device(
       {"gesture", tree, "--gesture", "circle", "--gesture", "circle_right", "--rate", "1000", "--noise", "0.02"});
   for (int i = 0; i < 3; ++i) {
@@ -62,16 +59,15 @@ TEST(Gesture, IsRecordedStoredAndRecognized) {
 }
 
 TEST(Gesture, IsKnownByTheShippedTemplates) {
-  const test::TemporaryFolder folder;
-  Device device({"gesture", treeOf(folder, GESTURES), "--rate", "1000", "--noise", "0.01"});
+  workIn(SOURCE);
+  Device device({"gesture", tree, "--rate", "1000", "--noise", "0.01"});
   for (const std::string name :
        {"circle", "zet", "square", "throw", "x", "circle_right", "left", "right", "down", "up", "unknown"})
     EXPECT_EQ(lineWith(device, "distance").rfind(name + " - distance: ", 0), 0u) << name;
 }
 
 TEST(Gesture, OutlivesAFaultyController) {
-  const test::TemporaryFolder folder;
-  const std::string tree = treeOf(folder, GESTURES);
+  workIn(SOURCE);
   {
     Device device({"gesture", tree, "--rate", "5000", "--malform", "0.05", "--lose", "0.1", "--count", "5000"});
     EXPECT_EQ(device.wait(), 0);
@@ -87,11 +83,13 @@ TEST(Gesture, OutlivesAFaultyController) {
 TEST(Touch, IsFollowed) {
   for (const auto& [fault, size] :
        {std::pair("--noise", "0"), std::pair("--malform", "0.3"), std::pair("--lose", "0.3")}) {
-    test::Bench<TUIONode> bench({{"Port", "0"}});
-    const Collector<SmartPtr<std::vector<test::Vec3>>> seen(bench.ns, "n/sightLoom");
-    const Collector<long> numbers(bench.ns, "n/sequenceID");
-    ASSERT_TRUE(bench.runs("Operating on "));
-    const Device device({"tuio", "--to", "127.0.0.1:" + std::to_string(bench.port()), "--stay", "0.3", fault, size});
+    test::ExampleTree example("touch.vfx", "Surface", "Port", "0");
+    const Collector<SmartPtr<std::vector<test::Vec3>>> seen(example.ns, "Surface/sightLoom");
+    const Collector<long> numbers(example.ns, "Surface/sequenceID");
+    const auto& node = dynamic_cast<const Node&>(*example.ns.getNamespace("Surface"));
+    ASSERT_TRUE(test::eventually([&] { return node.getState() == Node::Running; }));
+    const std::string info = node.getShortInfo();
+    const Device device({"tuio", "--to", "127.0.0.1" + info.substr(info.rfind(':')), "--stay", "0.3", fault, size});
     const auto all = numbers.atLeast(60);
     const auto frames = seen.values();
     std::size_t touches = 0;

@@ -92,6 +92,21 @@ TEST(VNCNode, TakesANewSize) {
   }
 }
 
+TEST(VNCNode, StandsUprightInTheExample) {
+  const TigerVNC server;
+  XPicture picture(server.display());
+  picture.tell("draw 1");
+  test::ExampleTree tree("remote_desktop.vfx", "Desk", "Port", server.port());
+  const test::Collector<SmartPtr<Image>> frames(tree.ns, "Upright/frames_out");
+  EXPECT_TRUE(test::eventually([&] {
+    const auto all = frames.values();
+    if (all.empty() || all.back()->width() != 320)
+      return false;
+    const unsigned char* const last = all.back()->data() + all.back()->size() - 3; // the lower right corner
+    return (std::uint32_t{last[0]} << 16 | std::uint32_t{last[1]} << 8 | last[2]) == pictureAt(319, 239, 1);
+  }));
+}
+
 // The same file of passwords for both.
 TEST(VNCNode, KnowsThePasswordOrIsSentAway) {
   const test::TemporaryFolder folder;
