@@ -62,10 +62,9 @@ protected:
 /// TigerVNC: an X server that speaks for itself. It is given its socket, and finds a display.
 class TigerVNC : public VNCServer {
 public:
-  explicit TigerVNC(const Words& security = {"-SecurityTypes", "None"})
-      : port(listener_.port()), server_(words(security), -1, listener_.fd()) {
+  explicit TigerVNC(const Words& security = {"-SecurityTypes", "None"}) : server_(words(security), -1, listener_.fd()) {
     display_ = ":" + lineOf(server_);
-    port_ = port;
+    port_ = listener_.port();
   }
   std::string encodings() const override { return "Raw, CopyRect, Cursor, DesktopSize"; }
 
@@ -76,7 +75,6 @@ private:
     return all;
   }
   Listener listener_;
-  const std::string port;
   Process server_;
 };
 
