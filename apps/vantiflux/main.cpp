@@ -12,6 +12,7 @@
 
 #include "CodecsCommand.h"
 #include "Messages.h"
+#include "PeersCommand.h"
 #include "RunCommand.h"
 #include "SnapshotCommand.h"
 #include "TypesCommand.h"
@@ -94,6 +95,30 @@ void addSnapshot(CLI::App& app, Program& program) {
   });
 }
 
+void addPeers(CLI::App& app, Program& program) {
+  const auto options = std::make_shared<Host::PeersOptions>();
+  CLI::App* const command =
+      app.add_subcommand("peers", "List the network nodes that are heard, or say why there may be none");
+  command->add_option("SERVER", options->server, "A host:port whose handshake to try as well");
+  command->add_option("--group", options->group, "The multicast group")->type_name("ADDRESS")->capture_default_str();
+  command->add_option("--port", options->port, "The group's port")->type_name("PORT")->capture_default_str();
+  command->add_option("--ttl", options->ttl, "How many segments questions may cover")
+      ->type_name("N")
+      ->capture_default_str();
+  command->add_option("--address", options->address, "The address of the interface to use instead of all")
+      ->type_name("ADDRESS");
+  command->add_option("--seconds", options->seconds, "How long to listen")
+      ->type_name("S")
+      ->check(CLI::Range(1, 3600))
+      ->capture_default_str();
+  command->callback([options, &program] {
+    program = [options] {
+      const Host::Peers found = Host::findPeers(*options);
+      return Host::print(found.text) && found.any ? 0 : 1;
+    };
+  });
+}
+
 int run(int argc, char** argv) {
   CLI::App app("Reads, filters and passes on the data of input devices.", "vantiflux");
   app.require_subcommand(1);
@@ -102,6 +127,7 @@ int run(int argc, char** argv) {
   addTypes(app, program);
   addCodecs(app, program);
   addSnapshot(app, program);
+  addPeers(app, program);
   Simulate::Program simulation;
   Simulate::addCommand(app, simulation);
 

@@ -21,6 +21,24 @@ using namespace Vantiflux;
 /// Types that have two out-slots of one label, told apart by their value types.
 const std::set<std::string> withTwinSlots{"TCPClient"};
 
+/// Types whose worker has the last word about the state.
+const std::set<std::string> thatEndSleeping{"Network"};
+
+Node::State restingState(const NodeType& type) {
+  return thatEndSleeping.count(type.getName()) != 0 ? Node::Sleeping : Node::Disabled;
+}
+
+/// A node that keeps what it sends on this host.
+std::unique_ptr<Node> createLocal(const NodeType& type) {
+  auto node = type.create();
+  if (type.getName() == "Network") {
+    node->setFieldValue("Address", "127.0.0.1");
+    node->setFieldValue("MulticastTTL", "0");
+    node->setFieldValue("ID", "-4711"); // of no other test
+  }
+  return node;
+}
+
 std::vector<NodeType*> allTypes() {
   std::vector<NodeType*> types;
   NodeType::getTypes(types);
@@ -110,7 +128,7 @@ TEST_P(Conformance, LivesInATree) {
   for (int round = 0; round < 3; ++round) {
     Namespace top;
     top.enable();
-    top.addNamespace("node", type().create());
+    top.addNamespace("node", createLocal(type()));
     std::vector<LabeledOutSlot> outs;
     std::vector<LabeledInSlot> ins;
     top.getOutSlots("node/*", outs);
@@ -134,11 +152,11 @@ TEST_P(Conformance, LivesInATree) {
       top.clearRoutes();
     if (round == 2) {
       top.disable();
-      EXPECT_EQ(static_cast<Node*>(top.getNamespace("node"))->getState(), Node::Disabled);
+      EXPECT_EQ(static_cast<Node*>(top.getNamespace("node"))->getState(), restingState(type()));
       top.enable();
     }
     const auto removed = top.removeNamespace("node");
-    EXPECT_EQ(static_cast<Node&>(*removed).getState(), Node::Disabled);
+    EXPECT_EQ(static_cast<Node&>(*removed).getState(), restingState(type()));
     for (std::size_t i = 0; i < readers.size(); ++i)
       top.removeInSlot("to " + std::to_string(i + 1), readers[i].get());
     for (std::size_t i = 0; i < writers.size(); ++i)

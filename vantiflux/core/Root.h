@@ -31,6 +31,9 @@ public:
     return *the_;
   }
 
+  /// False before the root is made and during static destruction.
+  static bool isInitialized() noexcept { return initialized_; }
+
   void readLock() TARSIL_ACQUIRE(mutex());
   void writeLock() TARSIL_ACQUIRE(mutex());
   void unlock() TARSIL_RELEASE(mutex());

@@ -13,6 +13,8 @@ void BasicEncoder::popAndEncode(SetStateEvent& event) {
 }
 
 void BasicDecoder::decodeAndPush(const SetStateEvent& event) {
+  if (PendingValue* const pending = event.getPending())
+    return pending->push(event.getTimeStamp());
   const Pelorn::Gather& state = event.getState();
   if (state.blocks().empty())
     decodeAndPush(state.text(), event.getTimeStamp());
