@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -84,15 +85,9 @@ public:
   explicit X11VNC(std::string encodings, const Words& security = {"-nopw"})
       : encodings_(std::move(encodings)), screen_({"/usr/bin/Xvfb", "-displayfd", "1", "-screen", "0", "320x240x24"}) {
     display_ = ":" + lineOf(screen_);
-    Words words{"/usr/bin/x11vnc", "-display",   display_, "-localhost", "-noipv6", "-autoport", "5950", "-forever",
-                "-shared",         "-noxdamage", "-wait",  "10",         "-defer",  "10",        "-nap"};
-    words.insert(words.end(), security.begin(), security.end());
-    server_ = std::make_unique<Process>(words, -1);
-    for (std::string line = lineOf(*server_); !line.empty() || port_.empty(); line = lineOf(*server_))
-      if (line.rfind("PORT=", 0) == 0) {
-        port_ = line.substr(5);
-        break;
-      }
+    for (int attempt = 0; port_.empty() && attempt < 5; ++attempt)
+      serve(security, 10000 + (::getpid() * 16 + attempt) % 20000);
+    EXPECT_FALSE(port_.empty());
   }
   std::string encodings() const override { return encodings_; }
   bool used(const std::string& encoding) override {
@@ -104,6 +99,33 @@ public:
   }
 
 private:
+  /// Looks for a free port from this one on, so that no two processes look at the same. Without a port if another took
+  /// it all the same.
+  void serve(const Words& security, int firstPort) {
+    Words words{"/usr/bin/x11vnc",
+                "-display",
+                display_,
+                "-localhost",
+                "-noipv6",
+                "-autoport",
+                std::to_string(firstPort),
+                "-forever",
+                "-shared",
+                "-noxdamage",
+                "-wait",
+                "10",
+                "-defer",
+                "10",
+                "-nap"};
+    words.insert(words.end(), security.begin(), security.end());
+    server_ = std::make_unique<Process>(words);
+    for (std::string line = server_->readLine(); !line.empty() && port_.empty(); line = server_->readLine())
+      if (line.rfind("PORT=", 0) == 0 && line != "PORT=0\n") {
+        port_ = line.substr(5, line.size() - 6);
+        return;
+      }
+  }
+
   std::string encodings_;
   Process screen_;
   std::unique_ptr<Process> server_;
