@@ -23,7 +23,7 @@ public:
 
   /// Asks for all encodings, or for those with these names, between commas, the one that is liked best first. Other
   /// names are passed over.
-  explicit RFBSession(RFBStream& stream, const std::string& encodings = std::string());
+  explicit RFBSession(RFBStream& stream, const std::string& names = std::string());
 
   /// Says who we are, hears what the server has, and tells it how we want it.
   void begin();

@@ -115,7 +115,7 @@ private:
   bool open();
   void thread();
   bool process_message(std::string_view message);
-  bool process_command(unsigned type, std::string_view address);
+  bool process_command(unsigned type, std::string_view command);
   void prepare_data(unsigned type);
   void process_data(unsigned type);
   void send_data();
