@@ -67,8 +67,8 @@ step "Build (asan)" build asan
 step "Tests (asan)" run_tests asan
 step "Build (tsan)" build_tsan
 step "Tests (tsan)" run_tests tsan "${fixed_layout[@]}"
-step "Build (clang, thread-safety analysis)" build clang
-step "clang-tidy" scripts/tidy.py build/clang vantiflux apps fuzz
+step "Build (clang, for fuzzing)" build clang fuzz_targets
+step "clang-tidy, thread-safety analysis" scripts/tidy.py build/clang vantiflux apps fuzz
 step "Fuzzing" fuzz
 
 printf '\n'

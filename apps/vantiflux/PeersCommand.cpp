@@ -52,13 +52,18 @@ InetAddress lookUp(const std::string& name) {
 void take(Pelorn::MulticastSocket& socket, const Announcement& own, Heard& heard) {
   std::array<char, Announcement::maxSize> bytes{};
   SocketAddress from;
-  for (int size = 0; (size = socket.receive(bytes.data(), static_cast<int>(bytes.size()), from)) >= 0;) {
+  constexpr int datagramsInARow = 256;
+  constexpr std::size_t mostPeers = 4096;
+  for (int count = 0; count < datagramsInARow; ++count) {
+    const int size = socket.receive(bytes.data(), static_cast<int>(bytes.size()), from);
+    if (size < 0)
+      return;
     const auto found = Announcement::decode({bytes.data(), static_cast<std::size_t>(size)});
     if (!found.has_value() || found->protocol != own.protocol)
       continue;
     if (found->instance == own.instance)
       heard.own = true;
-    else if (found->port != 0)
+    else if (found->port != 0 && heard.peers.size() < mostPeers)
       heard.peers.insert_or_assign(found->instance, Found{SocketAddress(from.getAddress(), found->port), *found});
   }
 }

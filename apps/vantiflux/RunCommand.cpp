@@ -1,6 +1,7 @@
 #include "RunCommand.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
@@ -14,6 +15,7 @@
 #include "SaveFile.h"
 #include "StopSignals.h"
 #include "TreeFile.h"
+#include "Trouble.h"
 #include "ValueText.h"
 #include "Watcher.h"
 
@@ -68,7 +70,9 @@ void runTree(const RunOptions& options) {
   if (!options.watched.empty())
     watching.emplace(options.watched, signals);
 
-  signals.wait();
+  TroubleTeller trouble;
+  while (!signals.wait(std::chrono::seconds(1)))
+    trouble.look();
   if (watching)
     watching->end();
   if (options.saveOnExit)

@@ -16,6 +16,7 @@
 #include "SaveFile.h"
 #include "StopSignals.h"
 #include "TreeFile.h"
+#include "Trouble.h"
 
 namespace Host {
 
@@ -75,25 +76,15 @@ std::string mistakeIn(const std::string& label) {
   return "what arrives under \"" + label + "\" is no image, but of type " + sources.front().slot->getTypeName();
 }
 
-// What nodes say that have failed.
-std::string troubleIn(const Namespace& space) {
-  std::string text;
-  for (const Namespace* const child : space.getNamespaces()) {
-    const auto* const node = dynamic_cast<const Node*>(child);
-    if (node != nullptr && node->getState() == Node::Error)
-      text += "; " + node->getLabel() + ": " + node->getShortInfo();
-    text += troubleIn(*child);
-  }
-  return text;
-}
-
 [[noreturn]] void reportSilence(const SnapshotOptions& options) {
   const Root::ReadLock lock;
   std::vector<LabeledOutSlot> sources;
   Root::the().getRoutedOutSlots(options.label, sources);
   std::ostringstream text;
   text << (sources.empty() ? "nothing" : "no image") << " arrived under \"" << options.label << "\" within "
-       << options.seconds << " s" << troubleIn(Root::the());
+       << options.seconds << " s";
+  for (const std::string& line : troubleIn(Root::the()))
+    text << "; " << line;
   throw Exception(text.str());
 }
 

@@ -33,9 +33,9 @@ void StopSignals::arm() {
     phase_ = Phase::Running;
 }
 
-void StopSignals::wait() {
+bool StopSignals::wait(std::chrono::milliseconds longest) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return phase_ == Phase::Ending; });
+  return changed_.wait_for(lock, longest, [this] { return phase_ == Phase::Ending; });
 }
 
 void StopSignals::stop() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <csignal>
 #include <mutex>
@@ -24,8 +25,8 @@ public:
 
   /// From now on the first signal ends `wait`.
   void arm();
-  /// Blocks until there is a signal or `stop` is called.
-  void wait();
+  /// Blocks until there is a signal or `stop` is called, at most that long; whether it was one of them.
+  bool wait(std::chrono::milliseconds longest);
   /// Taken like the first signal. From any thread.
   void stop();
 

@@ -57,6 +57,19 @@ TEST(Host, TellsWhatItWaitsFor) {
   EXPECT_EQ(process.errors(), "vantiflux: nothing arrives under \"Mouse\" yet, waiting for it\n");
 }
 
+TEST(Host, TellsOnceOfANodeThatFails) {
+  const Folder folder;
+  const std::string tree =
+      folder.write("tree.vfx", "<Vantiflux versionMajor=\"1\"><Namespace label=\"Hall\"><ExternalRoute internal=\"*\" "
+                               "external=\"{SlotLabel}\"/><Node label=\"Line\" type=\"Serial\"><Parameter "
+                               "name=\"Device\" value=\"/dev/nonexistent\"/></Node></Namespace></Vantiflux>");
+  Process process(host({"run", tree, "--watch", "*"}));
+  EXPECT_EQ(process.readErrorLine(), "vantiflux: Hall/Line: Cannot open serial port /dev/nonexistent\n");
+  process.signal(SIGTERM);
+  EXPECT_EQ(process.wait(), 0);
+  EXPECT_EQ(process.errors(), "");
+}
+
 TEST(Host, PrintsNoControlSequenceThatComesWithALabel) {
   const Folder folder;
   const std::string tree = folder.write("tree.vfx", "<Vantiflux versionMajor=\"1\"><Node label=\"&#x9b;2J&#x202e;\" "

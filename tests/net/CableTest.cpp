@@ -27,8 +27,11 @@ public:
   explicit Hosts(int count = 2) {
     for (int i = 0; i < count; ++i) {
       names_.push_back("vtx" + std::to_string(getpid()) + static_cast<char>('a' + i));
-      made_ = made_ && run("ip netns add " + names_.back()) && run("ip -n " + names_.back() + " link set lo up");
+      made_ = made_ && run("ip netns add " + names_.back()) && run("ip -n " + names_.back() + " link set lo up") &&
+              run("ip netns exec " + names_.back() + " true");
     }
+    const std::string first = "ip -n " + names_[0] + " link ";
+    made_ = made_ && run(first + "add try0 type veth peer name try1") && run(first + "del try0");
   }
   ~Hosts() {
     for (const std::string& name : names_)
@@ -131,11 +134,14 @@ TEST(Cable, AGroupIsHeardHoweverManyInterfacesHaveComeAndGone) {
     Pelorn::MulticastSocket socket(Pelorn::SocketAddress(Pelorn::InetAddress::getByName("239.255.71.1"), 4711), 1,
                                    Pelorn::InetAddress::any());
     for (int round = 0; round < 25 && heard; ++round) {
-      ASSERT_TRUE(run("ip link add cable type veth peer name other") && run("ip addr add 10.93.0.1/24 dev cable") &&
-                  run("ip link set other up") && run("ip link set cable up"));
+      made = run("ip link add cable type veth peer name other");
+      if (!made)
+        return;
+      ASSERT_TRUE(run("ip addr add 10.93.0.1/24 dev cable") && run("ip link set other up") &&
+                  run("ip link set cable up"));
       socket.refresh();
-      socket.sendToGroup("hello");
       heard = eventually([&] {
+        socket.sendToGroup("hello");
         char byte = 0;
         Pelorn::SocketAddress from;
         return socket.receive(&byte, 1, from) > 0 && from.getAddress() == here;

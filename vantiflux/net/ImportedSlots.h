@@ -53,6 +53,7 @@ public:
   ~ImportedOutSlot() override;
 
   /// In the receive thread.
+  bool isWanted() const { return decoder_->getOutSlot()->isConnected(); }
   void handleSetStateEvent(const SetStateEvent& event) { decoder_->decodeAndPush(event); }
   const std::shared_ptr<BasicDecoder>& decoder() const noexcept { return decoder_; }
 

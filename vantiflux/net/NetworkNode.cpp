@@ -148,6 +148,8 @@ void NetworkNode::enable() {
       const std::string prefix = getPrefix();
       labelTemplate_.setFormat(prefix.empty() ? defaultPrefix : prefix);
     }
+    if (getState() == Error) // its run may be on its last steps, and a start would be lost on it
+      receiveWorker_.stop([this] { connector_.breakWait(); });
     receiveWorker_.start([this] { return begin(); });
   }
   if (failure != nullptr)

@@ -41,8 +41,8 @@ class BasicCodec;
 /// be asked for it or for its name: the node is Sleeping until then. Fields count from the next enabling on, but for
 /// "Import".
 ///
-/// *Limits.* Of one peer, 65536 out-slots and as many in-slots are taken, with labels of 1024 bytes at most. Two nodes
-/// in one namespace that pass each other's twins on come to an end there.
+/// *Limits.* Of one peer, 65536 out-slots and as many in-slots are taken, with labels of 1024 and descriptions of 4096
+/// bytes at most. Two nodes in one namespace that pass each other's twins on come to an end there.
 ///
 /// *Threads.* Values and offers of peers are handled in the receive thread, values of this process are sent in the
 /// thread that pushes them, which is never held up by a slow peer: see Pelorn::Communicator. The connect thread sees to

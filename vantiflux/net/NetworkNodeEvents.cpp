@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::size_t maxTwins = 65536;
 constexpr std::size_t maxLabel = 1024;
+constexpr std::size_t maxDescription = 4096;
 
 } // namespace
 
@@ -61,7 +62,7 @@ bool NetworkNode::receiveFrom(Communicator& communicator) {
     if (!communicator.isOpen())
       return false;
   }
-  return true;
+  return !communicator.reader().failed(); // behind good events, an impossible length
 }
 
 bool NetworkNode::dispatchEvent(Communicator* communicator, CommandEvent* event) {
@@ -111,7 +112,8 @@ template <class Imported>
 bool NetworkNode::hasRoom(const ImportMap<Imported>& map, Communicator* communicator, const AddSlotEvent& event) const {
   const std::lock_guard lock(slotsLock_);
   const auto client = map.find(communicator);
-  return event.getLabel().size() <= maxLabel && (client == map.end() || client->second.size() < maxTwins);
+  return event.getLabel().size() <= maxLabel && event.getDescription().size() <= maxDescription &&
+         (client == map.end() || client->second.size() < maxTwins);
 }
 
 template <class Imported>
@@ -237,7 +239,8 @@ bool NetworkNode::handleSetOutSlotStateEvent(Communicator* communicator, SetStat
   const auto slot = event == nullptr ? nullptr : findImported(importedOutSlots_, communicator, event->getSlotId());
   if (slot == nullptr)
     return false;
-  slot->handleSetStateEvent(*event);
+  if (slot->isWanted()) // a value that was under way when the last reader went would meet the next one as an old one
+    slot->handleSetStateEvent(*event);
   return true;
 }
 

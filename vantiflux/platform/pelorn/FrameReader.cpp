@@ -36,8 +36,11 @@ std::span<std::byte> FrameReader::room() {
     return {};
   if (bulk_ != nullptr && !bulkRest_.empty())
     return bulkRest_;
-  if (begin_ == end_)
+  if (begin_ == end_) {
     begin_ = end_ = 0;
+    if (buffer_.size() > 4 * runSize) // of one large event
+      decltype(buffer_)().swap(buffer_);
+  }
   const std::size_t whole = frontLength() + Frame::prefix;
   if (failed_)
     return {};

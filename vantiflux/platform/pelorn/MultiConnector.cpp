@@ -19,6 +19,11 @@ constexpr std::size_t maxLinks = 1024;
 /// The greatest event of a peer that has not introduced itself.
 constexpr std::size_t introductionLimit = std::size_t{64} << 10;
 
+template <class T>
+bool contains(const std::vector<T>& list, const T& value) {
+  return std::find(list.begin(), list.end(), value) != list.end();
+}
+
 std::uint64_t drawInstance() {
   std::random_device source;
   return std::uniform_int_distribution<std::uint64_t>(1)(source);
@@ -122,11 +127,13 @@ void MultiConnector::openDiscovery(const InetAddress& local) {
   discovery_.emplace(SocketAddress(group, opened_.multicastPort), opened_.multicastTtl, local, own,
                      Discovery::Links{[this](std::uint64_t instance) { return isLinked(instance); },
                                       [this](std::uint64_t instance, const SocketAddress& server) {
+                                        if (!reapSetUps(true)) // the next announcement tries again
+                                          return;
                                         const auto communicator =
                                             makeLink(std::make_unique<LinkSocket>(),
                                                      Link{.expected = instance, .target = server});
                                         if (communicator != nullptr)
-                                          createCommThread(communicator.get());
+                                          createCommThread(communicator.get(), true);
                                       }});
   for (const int descriptor : discovery_->descriptors())
     if (!loopWait_.addReader(descriptor, discoveryNumber))
@@ -288,7 +295,7 @@ void MultiConnector::removeCommunicator(Communicator* communicator) {
 bool MultiConnector::connectToServer(const std::string& address, unsigned short port) {
   if (isConnectedToServer(address, port))
     return true;
-  const auto communicator = makeLink(std::make_unique<LinkSocket>(), Link{.server = Server(address, port)});
+  const auto communicator = makeLink(std::make_unique<LinkSocket>(), Link{.servers = {Server(address, port)}});
   if (communicator == nullptr)
     return false;
   try {
@@ -306,7 +313,7 @@ bool MultiConnector::disconnectFromServer(const std::string& address, unsigned s
   const std::lock_guard lock(linksLock_);
   bool any = false;
   for (auto& [number, link] : links_)
-    if (link.server == Server(address, port)) {
+    if (contains(link.servers, Server(address, port))) {
       link.communicator->close();
       any = true;
     }
@@ -316,13 +323,13 @@ bool MultiConnector::disconnectFromServer(const std::string& address, unsigned s
 bool MultiConnector::isConnectedToServer(const std::string& address, unsigned short port) const {
   const Server server(address, port);
   const std::lock_guard lock(linksLock_);
-  return std::find(thisServer_.begin(), thisServer_.end(), server) != thisServer_.end() ||
-         std::any_of(links_.begin(), links_.end(),
-                     [&](const auto& entry) { return entry.second.added && entry.second.server == server; });
+  return contains(thisServer_, server) || std::any_of(links_.begin(), links_.end(), [&](const auto& entry) {
+           return entry.second.added && contains(entry.second.servers, server);
+         });
 }
 
-void MultiConnector::createCommThread(Communicator* communicator) {
-  auto setUp = std::make_unique<SetUp>(*this, communicator->shared_from_this());
+void MultiConnector::createCommThread(Communicator* communicator, bool connects) {
+  auto setUp = std::make_unique<SetUp>(*this, communicator->shared_from_this(), connects);
   const std::lock_guard lock(linksLock_);
   if (setUp->start())
     setUps_.push_back(std::move(setUp));

@@ -104,7 +104,7 @@ public:
 
 protected:
   /// Begins to set up a communicator, on a thread of its own.
-  void createCommThread(Communicator* communicator);
+  void createCommThread(Communicator* communicator, bool connects);
 
 private:
   using Server = std::pair<std::string, unsigned short>;
@@ -126,7 +126,7 @@ private:
     std::uint64_t instance = 0; ///< of the peer, once it is settled
     std::uint64_t expected = 0; ///< which is to be found there; 0 if any
     bool added = false;
-    std::optional<Server> server{};        ///< where connectToServer made it
+    std::vector<Server> servers{};         ///< where connectToServer made it, and other names of the same place
     std::optional<SocketAddress> target{}; ///< where it is still to connect to
   };
 
@@ -147,7 +147,7 @@ private:
   void flush(const Communicator::Pointer& communicator);
   void flushAll();
   void closeStalled(Clock::time_point now);
-  bool reapSetUps();
+  bool reapSetUps(bool connects);
   void unwatch(Communicator& communicator);
   int pause(Clock::time_point now) const;
 

@@ -16,6 +16,7 @@ constexpr std::chrono::seconds stalledAfter{10};
 constexpr std::chrono::milliseconds stalledCheck{500};
 constexpr std::chrono::milliseconds acceptPause{100};
 constexpr std::chrono::microseconds gatherTime{50};
+constexpr int clientsInARow = 64;
 
 } // namespace
 
@@ -32,12 +33,9 @@ int MultiConnector::loop() {
 
 void MultiConnector::turn() {
   Clock::time_point now = Clock::now();
-  if (reapSetUps() && (!acceptAgain_.has_value() || now >= *acceptAgain_)) {
+  if (acceptAgain_.has_value() && now >= *acceptAgain_)
     acceptAgain_.reset();
-    watchServer(true);
-  } else {
-    watchServer(false);
-  }
+  watchServer(reapSetUps(false) && !acceptAgain_.has_value());
   for (const Epoll::Ready& ready : loopWait_.wait(pause(now)))
     serve(ready, Clock::now());
   flushAll();
@@ -91,27 +89,29 @@ void MultiConnector::watchServer(bool watch) {
 
 // A client that waits and cannot be taken means that the system is short of something. It is asked again later.
 void MultiConnector::acceptAll(Clock::time_point now) {
-  bool any = false;
-  while (!ending_ && reapSetUps()) {
+  for (int count = 0; count < clientsInARow && !ending_ && reapSetUps(false); ++count) {
     auto socket = server_.acceptLink();
-    if (socket == nullptr)
-      break;
-    any = true;
+    if (socket == nullptr) {
+      if (count == 0)
+        acceptAgain_ = now + acceptPause;
+      return;
+    }
     if (const auto communicator = makeLink(std::move(socket), Link{}))
-      createCommThread(communicator.get());
+      createCommThread(communicator.get(), false);
   }
-  if (!any)
-    acceptAgain_ = now + acceptPause;
 }
 
-// Joins the threads that are through. Whether there may be another one.
-bool MultiConnector::reapSetUps() {
+// Joins the threads that are through. Whether there may be another one: those that connect and those that were accepted
+// do not take each other's places.
+bool MultiConnector::reapSetUps(bool connects) {
   std::vector<std::unique_ptr<SetUp>> over;
   const std::lock_guard lock(linksLock_);
   const auto first = std::partition(setUps_.begin(), setUps_.end(), [](const auto& setUp) { return !setUp->isOver(); });
   std::move(first, setUps_.end(), std::back_inserter(over));
   setUps_.erase(first, setUps_.end());
-  return setUps_.size() < maxSetUps_;
+  const auto under = std::count_if(setUps_.begin(), setUps_.end(),
+                                   [connects](const auto& setUp) { return setUp->connects == connects; });
+  return static_cast<std::size_t>(under) < maxSetUps_;
 }
 
 void MultiConnector::flush(const Communicator::Pointer& communicator) {
@@ -143,7 +143,11 @@ void MultiConnector::flushAll() {
     now.swap(toFlush_);
   }
   for (const auto& communicator : now)
-    flush(communicator);
+    try {
+      flush(communicator);
+    } catch (const std::exception&) { // no memory: this one cannot be kept, and the others must not wait for it
+      communicator->close();
+    }
 }
 
 void MultiConnector::closeStalled(Clock::time_point now) {

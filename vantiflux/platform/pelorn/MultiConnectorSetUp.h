@@ -11,9 +11,11 @@ namespace Pelorn {
 /// The thread on which a connection is made and the peers introduce themselves.
 class MultiConnector::SetUp final : public Tarsil::Thread {
 public:
-  SetUp(MultiConnector& connector, Communicator::Pointer communicator)
-      : connector_(connector), communicator_(std::move(communicator)) {}
+  SetUp(MultiConnector& connector, Communicator::Pointer communicator, bool outgoing)
+      : connects(outgoing), connector_(connector), communicator_(std::move(communicator)) {}
   ~SetUp() override { join(); }
+
+  const bool connects; ///< it is this side that connects
 
   bool isOver() const noexcept { return over_.load(std::memory_order_acquire); }
 

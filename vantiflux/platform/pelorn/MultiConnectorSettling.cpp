@@ -1,6 +1,7 @@
 // How two peers come to have one connection.
 #include <vantiflux/platform/pelorn/MultiConnector.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace Pelorn {
@@ -15,13 +16,18 @@ constexpr int verdictTime = 1000;
 void MultiConnector::shareServer(std::uint64_t instance, const Communicator& communicator) {
   const std::lock_guard lock(linksLock_);
   const Link* const link = find(communicator);
-  if (link == nullptr || !link->server.has_value())
+  if (link == nullptr)
     return;
+  const auto addTo = [link](std::vector<Server>& servers) {
+    for (const Server& server : link->servers)
+      if (std::find(servers.begin(), servers.end(), server) == servers.end())
+        servers.push_back(server);
+  };
   if (instance == instance_)
-    thisServer_.push_back(*link->server);
+    addTo(thisServer_);
   for (auto& [number, other] : links_)
-    if (&other != link && other.instance == instance && !other.server.has_value())
-      other.server = link->server;
+    if (&other != link && other.instance == instance)
+      addTo(other.servers);
 }
 
 void MultiConnector::introduce(HelloEvent& hello) const {

@@ -87,7 +87,8 @@ private:
   static void readElements(Pelorn::ibinstream& in, std::size_t count, std::vector<E>& list) {
     MFTypeCodec<E> codec;
     constexpr std::size_t least = std::is_same_v<E, bool> ? sizeof(bool) : sizeof(unsigned int); // bytes on the wire
-    list.reserve(std::min(count, in.available() / least));
+    constexpr std::size_t most = 4096; // in memory each may be many times what it is on the wire
+    list.reserve(std::min({count, in.available() / least, most}));
     for (std::size_t i = 0; i < count; ++i) {
       E element = codec.decoder.decode(in.stream());
       if (!in)
