@@ -198,7 +198,10 @@ DTW::Template gesture(std::mt19937& random) {
 struct Known {
   Known() {
     std::mt19937 random(7);
-    const auto folder = std::filesystem::temp_directory_path() / ("vantiflux_bench_" + std::to_string(random()));
+    std::string pattern = (std::filesystem::temp_directory_path() / "vantiflux_bench_XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr)
+      std::abort();
+    const std::filesystem::path folder = pattern;
     for (const char* const name : {"circles", "zets", "squares", "throws", "xs", "circle_right", "right_to_left",
                                    "left_to_right", "up_to_down", "down_to_up"}) {
       std::filesystem::create_directories(folder / name);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -52,7 +53,7 @@ public:
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
 
-  /// The next line of the output with its end; what there is at the end of the output.
+  /// The next line of the output with its end; what there is at the end of the output, or when no more comes for long.
   std::string readLine() { return readLineOf(out_); }
   std::string readErrorLine() { return readLineOf(err_); }
   std::string output() { return readAll(out_); }
@@ -75,7 +76,8 @@ public:
 private:
   static std::string readLineOf(int fd) {
     std::string line;
-    for (char c = 0; c != '\n' && read(fd, &c, 1) == 1;)
+    pollfd entry{fd, POLLIN, 0};
+    for (char c = 0; c != '\n' && poll(&entry, 1, 60000) == 1 && read(fd, &c, 1) == 1;)
       line += c;
     return line;
   }

@@ -1,8 +1,10 @@
 // A controller in another process, from recording a gesture to recognizing it; and what the touched surface promises.
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -72,10 +74,14 @@ TEST(Gesture, OutlivesAFaultyController) {
     Device device({"gesture", tree, "--rate", "5000", "--malform", "0.05", "--lose", "0.1", "--count", "5000"});
     EXPECT_EQ(device.wait(), 0);
   }
-  // It falls silent while the button is held.
-  Device device({"gesture", tree, "--record", "--rate", "1000", "--break-after", "80", "--pause", "1000"});
+  // It falls silent while the button is held for the second time, 40 samples after the 240 before that.
+  Device device({"gesture", tree, "--record", "--gesture", "circle", "--rate", "100000", "--break-after", "280",
+                 "--pause", "1000"});
   EXPECT_EQ(device.readErrorLine(), "Foo: Run initialize\n");
   EXPECT_EQ(device.readErrorLine(), "Foo: Run processData\n");
+  while (device.readLine().size() > 1) { // what was recorded the first time
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(100)); // the rest takes a few of them
   EXPECT_LT(test::secondsOf([&] { EXPECT_EQ(device.end(), 0); }), test::soon);
 }
 

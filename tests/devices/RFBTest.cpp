@@ -12,6 +12,7 @@
 #include <zlib.h>
 
 #include <devices/Picture.h>
+#include <platform/Printed.h>
 #include <vantiflux/devices/RFBHandshake.h>
 #include <vantiflux/devices/RFBPointer.h>
 #include <vantiflux/devices/RFBSession.h>
@@ -255,6 +256,19 @@ TEST(RFBSession, EndsWhereItIsCutShort) {
   }
 }
 
+TEST(RFBSession, PrintsTheShapeOfTheCursor) {
+  Script script;
+  script.init(9, 9).update(3).rectangle(0, 0, 9, 2, -239).text(pixelsOf(0, 0, 9, 2, 5)).text("\xFF\x80\x81\x7F");
+  script.rectangle(0, 0, 0, 1024, -239).rectangle(0, 0, 1024, 0, -239);
+  Client client(script.bytes());
+  RFBSession session(client.stream);
+  const test::Printed printed;
+  EXPECT_EQ(converse(session), End::Ended);
+  const std::string text = printed.text();
+  EXPECT_EQ(text.substr(text.find("Cursor")), "Cursor - 9 x 2\n*********\n*......*.\nCursor - 0 x 1024\n"
+                                              "Cursor - 1024 x 0\n");
+}
+
 TEST(RFBSession, TakesNewSizes) {
   Script script;
   script.init(20, 10).update(1).rectangle(0, 0, 300, 200, -223);
@@ -347,7 +361,15 @@ TEST(RFBPointer, TellsWhatChanges) {
   };
   pointer.move(0.5F, 1);
   pointer.press(2, true); // nobody is there yet
-  pointer.open([&told](std::string_view message) { told.emplace_back(message); }, 641, 481);
+  bool idle = true;
+  bool full = false;
+  const auto send = [&](std::string_view message, bool pressed) {
+    const bool taken = !full && (idle || pressed);
+    if (taken)
+      told.emplace_back(message);
+    return taken;
+  };
+  pointer.open(send, 641, 481);
   expect({event(4, 320, 0)});
   pointer.move(0.5F, 1);
   pointer.press(2, true);
@@ -360,6 +382,19 @@ TEST(RFBPointer, TellsWhatChanges) {
   pointer.move(-7, 1e30F);
   pointer.move(std::numeric_limits<float>::quiet_NaN(), 0.5F);
   expect({event(3, 0, 0)});
+  // What is refused is told later, as it is then.
+  idle = false;
+  pointer.move(1, 1);
+  expect({});
+  pointer.press(0, false);
+  full = true;
+  pointer.press(1, false);
+  pointer.move(1, 0);
+  expect({event(2, 640, 0)});
+  full = false;
+  pointer.tellAgain();
+  pointer.tellAgain();
+  expect({event(0, 640, 480)});
   pointer.close();
   pointer.press(0, false);
   expect({});

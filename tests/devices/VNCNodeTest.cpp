@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <devices/VNCSupport.h>
+#include <platform/Printed.h>
 
 namespace {
 
@@ -22,12 +23,14 @@ struct Kind {
   std::string name;
   std::string encoding; ///< that it is to use
   std::function<std::unique_ptr<VNCServer>()> make;
+  bool copies = false; ///< has what moves on its screen copied on ours
   friend std::ostream& operator<<(std::ostream& out, const Kind& kind) { return out << kind.name; }
 };
 
 class RealServer : public testing::TestWithParam<Kind> {};
 
 TEST_P(RealServer, ShowsItsScreenAndHeedsThePointer) {
+  const test::Printed printed;
   const auto server = GetParam().make();
   XPicture picture(server->display());
   picture.tell("draw 1");
@@ -65,10 +68,13 @@ TEST_P(RealServer, ShowsItsScreenAndHeedsThePointer) {
   EXPECT_LT(test::secondsOf([&] { client.ns.disable(); }), test::soon);
   EXPECT_EQ(client.node->getState(), Node::Disabled);
   EXPECT_TRUE(server->used(GetParam().encoding));
+  if (GetParam().copies) {
+    EXPECT_NE(printed.text().find("CopyRect \n"), std::string::npos);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(VNCNode, RealServer,
-                         testing::Values(Kind{"TigerVNC", "raw", [] { return std::make_unique<TigerVNC>(); }},
+                         testing::Values(Kind{"TigerVNC", "raw", [] { return std::make_unique<TigerVNC>(); }, true},
                                          Kind{"x11vnc", "raw", [] { return std::make_unique<X11VNC>(""); }},
                                          Kind{"x11vncCompressed", "zlib",
                                               [] {

@@ -27,6 +27,12 @@ inline std::string lineOf(Process& process) {
   return line;
 }
 
+/// The words of a program that does not outlive this one, however it ends.
+inline Words mortal(Words words) {
+  words.insert(words.begin(), {"/usr/bin/setpriv", "--pdeathsig", "KILL"});
+  return words;
+}
+
 /// A socket of the system's choice that listens on the loopback interface, to be given to a server.
 class Listener {
 public:
@@ -73,21 +79,22 @@ private:
   static Words words(const Words& security) {
     Words all{"/usr/bin/Xtigervnc", "-inetd", "-displayfd", "1", "-geometry", "320x240", "-depth", "24"};
     all.insert(all.end(), security.begin(), security.end());
-    return all;
+    return mortal(all);
   }
   Listener listener_;
   Process server_;
 };
 
-/// x11vnc, which shows the screen of another X server. It looks for a free port.
+/// x11vnc, which shows the screen of another X server.
 class X11VNC : public VNCServer {
 public:
   explicit X11VNC(std::string encodings, const Words& security = {"-nopw"})
-      : encodings_(std::move(encodings)), screen_({"/usr/bin/Xvfb", "-displayfd", "1", "-screen", "0", "320x240x24"}) {
+      : encodings_(std::move(encodings)),
+        screen_(mortal({"/usr/bin/Xvfb", "-displayfd", "1", "-screen", "0", "320x240x24"})) {
     display_ = ":" + lineOf(screen_);
     for (int attempt = 0; port_.empty() && attempt < 5; ++attempt)
-      serve(security, 10000 + (::getpid() * 16 + attempt) % 20000);
-    EXPECT_FALSE(port_.empty());
+      serve(security);
+    EXPECT_FALSE(port_.empty()) << server_->errors();
   }
   std::string encodings() const override { return encodings_; }
   bool used(const std::string& encoding) override {
@@ -99,16 +106,15 @@ public:
   }
 
 private:
-  /// Looks for a free port from this one on, so that no two processes look at the same. Without a port if another took
-  /// it all the same.
-  void serve(const Words& security, int firstPort) {
+  /// Without a port if another took it all the same.
+  void serve(const Words& security) {
     Words words{"/usr/bin/x11vnc",
                 "-display",
                 display_,
                 "-localhost",
                 "-noipv6",
-                "-autoport",
-                std::to_string(firstPort),
+                "-rfbport",
+                std::to_string(freePort()),
                 "-forever",
                 "-shared",
                 "-noxdamage",
@@ -118,7 +124,7 @@ private:
                 "10",
                 "-nap"};
     words.insert(words.end(), security.begin(), security.end());
-    server_ = std::make_unique<Process>(words);
+    server_ = std::make_unique<Process>(mortal(words));
     for (std::string line = server_->readLine(); !line.empty() && port_.empty(); line = server_->readLine())
       if (line.rfind("PORT=", 0) == 0 && line != "PORT=0\n") {
         port_ = line.substr(5, line.size() - 6);

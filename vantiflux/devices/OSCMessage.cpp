@@ -81,8 +81,10 @@ float parse_float(const char* bytes) noexcept {
 
 bool readBundle(std::string_view datagram, std::vector<std::string_view>& elements) {
   elements.clear();
-  if (datagram.size() < bundleHead || !datagram.starts_with(bundleMark))
+  if (!datagram.starts_with(bundleMark))
     return false;
+  if (datagram.size() <= bundleHead)
+    return true;
   datagram.remove_prefix(bundleHead);
   while (!datagram.empty()) {
     const std::size_t size = parse_uint(take(datagram, 4).data());

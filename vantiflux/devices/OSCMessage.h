@@ -27,7 +27,8 @@ public:
 std::uint32_t parse_uint(const char* bytes) noexcept;
 float parse_float(const char* bytes) noexcept;
 
-/// Whether this is a bundle; if so, takes its elements, in their order. What follows the last whole one is Malformed.
+/// Whether this is a bundle; if so, takes its elements, in their order. There are none in a bundle whose time tag is
+/// cut short. What follows the last whole one is Malformed.
 bool readBundle(std::string_view datagram, std::vector<std::string_view>& elements);
 
 struct Argument {

@@ -12,6 +12,7 @@ void RFBPointer::open(Send send, std::uint16_t width, std::uint16_t height) {
   send_ = std::move(send);
   toldX_ = toldY_ = 0;
   toldButtons_ = 0;
+  refused_ = false;
   resize(width, height);
   tell();
 }
@@ -23,6 +24,11 @@ void RFBPointer::resize(std::uint16_t width, std::uint16_t height) {
 
 void RFBPointer::close() {
   send_ = nullptr;
+}
+
+void RFBPointer::tellAgain() {
+  if (refused_)
+    tell();
 }
 
 void RFBPointer::move(float x, float y) {
@@ -51,12 +57,14 @@ void RFBPointer::tell() {
     x = static_cast<std::uint16_t>(right * x_);
     y = static_cast<std::uint16_t>(bottom - bottom * y_);
   }
-  if (x == toldX_ && y == toldY_ && buttons_ == toldButtons_)
+  const bool pressed = buttons_ != toldButtons_;
+  refused_ =
+      (pressed || x != toldX_ || y != toldY_) && !send_(RFBMessage().u8(5).u8(buttons_).u16(x).u16(y).bytes(), pressed);
+  if (refused_)
     return;
   toldX_ = x;
   toldY_ = y;
   toldButtons_ = buttons_;
-  send_(RFBMessage().u8(5).u8(buttons_).u16(x).u16(y).bytes());
 }
 
 } // namespace Vantiflux

@@ -9,18 +9,22 @@
 namespace Vantiflux {
 
 /// The pointer that we move on a server's screen: what it should be, and what the server knows of it. The server is
-/// told when the two differ. What happens before there is a server is told when there is one.
+/// told when the two differ. What happens before there is a server is told when there is one, and what cannot be sent
+/// is told later, as it is then.
 ///
 /// *Threads.* None of its own: the owner guards it.
 class VANTIFLUX_API RFBPointer {
 public:
-  using Send = std::function<void(std::string_view message)>;
+  /// Sends a message, or refuses to. `pressed`: a button is not as the server knows it; or else it is a mere move.
+  using Send = std::function<bool(std::string_view message, bool pressed)>;
 
   /// A server knows of no button that is down, and has the pointer at 0, 0.
   void open(Send send, std::uint16_t width, std::uint16_t height);
   /// The framebuffer has another size: counts from the next change on.
   void resize(std::uint16_t width, std::uint16_t height);
   void close();
+  /// To be called now and then: tells what could not be sent.
+  void tellAgain();
 
   /// From 0 to 1; (0, 0) is the lower left corner. What lies outside counts as the border, and what is no number is
   /// passed over.
@@ -31,6 +35,7 @@ private:
   void tell();
 
   Send send_;
+  bool refused_ = false; ///< the latest message
   std::uint16_t width_ = 1;
   std::uint16_t height_ = 1;
   // What it should be.

@@ -21,7 +21,8 @@ class RFBInflater;
 /// before anything is changed or memory is taken.
 class VANTIFLUX_API RFBScreen {
 public:
-  /// Two of 8K do not fit; that takes 100 MB.
+  /// Two of 8K do not fit; that takes 100 MB. As many again are in each frame, and those that nobody has any more stay
+  /// in the pool of images, at their size, until they are used again.
   static constexpr std::uint64_t maxPixels = std::uint64_t{1} << 25;
 
   /// From the top left corner.

@@ -203,6 +203,8 @@ void RFBSession::readCursor(const RFBScreen::Rectangle& shape) {
 }
 
 void RFBSession::printMask() const {
+  if (cursor_.width == 0)
+    return;
   const unsigned char* row = cursor_.mask.data();
   const std::size_t rowBytes = (cursor_.width + 7U) / 8;
   for (unsigned y = 0; y < cursor_.height; ++y, row += rowBytes) {

@@ -4,6 +4,7 @@
 #include <iomanip>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
 #include <vantiflux/core/FieldRow.h>
 #include <vantiflux/devices/DeviceText.h>
@@ -140,13 +141,20 @@ void TUIONode::report(const std::string& text) {
     addLog(trouble_ = text);
 }
 
+// A datagram may have a thousand.
+void TUIONode::reportFault(const std::string& text) {
+  if (!std::exchange(faulty_, true))
+    report(text);
+}
+
 // The parts of the datagram are looked at before anything is done: one that is cut short changes nothing.
 bool TUIONode::process_data(const char* data, unsigned size) {
+  faulty_ = false;
   try {
     if (!OSC::readBundle(std::string_view(data, size), elements_))
       return false;
   } catch (const OSC::Malformed& e) {
-    report("TUIO: malformed datagram: " + e.getMessage());
+    reportFault("TUIO: malformed datagram: " + e.getMessage());
     return false;
   }
   bool good = true;
@@ -159,14 +167,14 @@ bool TUIONode::process_message(std::string_view message) {
   const auto profile = std::find_if(profiles.begin(), profiles.end(),
                                     [&](const Profile& candidate) { return isFor(message, candidate.address); });
   if (profile == profiles.end()) {
-    report("TUIO: unknown tag: " + DeviceText::shown(message.substr(0, message.find('\0')), 64));
+    reportFault("TUIO: unknown tag: " + DeviceText::shown(message.substr(0, message.find('\0')), 64));
     return false;
   }
   try {
     tags_.process_tag(message.substr(profile->address.size() + 1));
     return process_command(profile->type, tags_.text(0));
   } catch (const OSC::Malformed& e) {
-    report("TUIO: malformed message: " + std::string(profile->address) + ": " + e.getMessage());
+    reportFault("TUIO: malformed message: " + std::string(profile->address) + ": " + e.getMessage());
     return false;
   }
 }
@@ -179,7 +187,7 @@ bool TUIONode::process_command(unsigned type, std::string_view command) {
   } else if (command == "fseq") {
     send_data();
   } else if (command != "source") {
-    report("TUIO: unknown message: " + DeviceText::shown(command, 64));
+    reportFault("TUIO: unknown message: " + DeviceText::shown(command, 64));
     return false;
   }
   return true;
@@ -207,7 +215,7 @@ void TUIONode::noteChange(std::vector<long>& changes, std::int32_t session) {
   if (changes.size() < maxChanges)
     changes.push_back(session);
   else if (trouble_ != tooMany) // there is no end to them
-    report(tooMany);
+    reportFault(tooMany);
 }
 
 // All values are read before the first is written: a malformed message changes nothing.
@@ -217,7 +225,7 @@ void TUIONode::process_data(unsigned type) {
   if (profile == profiles.end()) {
     std::ostringstream text;
     text << "TUIO: unknown type: 0x" << std::hex << type;
-    report(text.str());
+    reportFault(text.str());
     return;
   }
   if (tags_.size() < 2)

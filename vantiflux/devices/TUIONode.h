@@ -54,8 +54,8 @@ namespace Vantiflux {
 /// *Threads.* One worker reads and pushes, while a slot is in use.
 ///
 /// *Failure.* A port that cannot be bound leaves the node as it is, with a line in the log. A datagram whose parts do
-/// not fit it, and a message that is malformed or unknown, are dropped and told on standard error; the log has them
-/// once for as long as they are the same. None of it changes the state.
+/// not fit it, and a message that is malformed or unknown, are dropped; the first fault of a datagram is told on standard
+/// error, and in the log once for as long as it is the same. None of it changes the state.
 class VANTIFLUX_API TUIONode : public Node, public NodeDescription<TUIONode> {
 public:
   /// What a message speaks of.
@@ -124,6 +124,7 @@ private:
   void noteChange(std::vector<long>& changes, std::int32_t session);
   static void sendChanges(OutSlot<List<long>>& slot, std::vector<long>& changes);
   void report(const std::string& text);
+  void reportFault(const std::string& text);
 
   Setting<unsigned short> port_{3333};
 
@@ -148,6 +149,7 @@ private:
   std::vector<long> added_;
   std::vector<long> removed_;
   std::string trouble_; ///< the latest in the log
+  bool faulty_ = false; ///< the datagram; its first fault was reported
 
   // What lasts for a message or a frame, kept for its memory.
   std::vector<std::string_view> elements_;

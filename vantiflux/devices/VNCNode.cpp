@@ -36,6 +36,7 @@ const NodeType* VNCNode::type() const {
 }
 
 VNCNode::VNCNode() : worker_(*this, [this] { thread(); }) {
+  stream_.setQueueLimit(maxQueued);
   attachSlot("Mouse Position", mousePosition_);
   attachSlot("Left Mouse Button", leftButton_);
   attachSlot("Right Mouse Button", rightButton_);
@@ -75,12 +76,13 @@ void VNCNode::newData(BasicInSlot& slot) {
   }
 }
 
+// What is buffered is not read either once the node is to stop: an update may take minutes.
 bool VNCNode::receive(void* bytes, std::size_t size) {
-  return stream_.sgetn(static_cast<char*>(bytes), static_cast<std::streamsize>(size)) ==
-         static_cast<std::streamsize>(size);
+  return !socket_.broken() && stream_.sgetn(static_cast<char*>(bytes), static_cast<std::streamsize>(size)) ==
+                                  static_cast<std::streamsize>(size);
 }
 
-// Messages that a server does not take any more are dropped: it loses its connection in the end.
+// There is room for all of them: no more are sent while some wait.
 void VNCNode::send(std::string_view message) {
   stream_.queueWrite(message);
 }
@@ -91,6 +93,11 @@ std::string VNCNode::encodings() const {
   } catch (const InvalidFieldException&) {
     return {};
   }
+}
+
+// A mere move does not queue up behind others; the latest is told when the server has taken them.
+bool VNCNode::sendPointer(std::string_view message, bool pressed) {
+  return (pressed || stream_.queued() == 0) && stream_.queueWrite(message);
 }
 
 void VNCNode::thread() {
@@ -163,13 +170,15 @@ void VNCNode::communicate(RFBStream& stream) {
 
 void VNCNode::followScreen(RFBSession& session) {
   const RFBScreen& screen = session.screen();
-  const auto resizePointer = [&] {
+  const auto updatePointer = [&] {
     const std::lock_guard guard(pointerLock_);
     pointer_.resize(screen.width(), screen.height());
+    pointer_.tellAgain();
   };
   {
     const std::lock_guard guard(pointerLock_);
-    pointer_.open([this](std::string_view message) { send(message); }, screen.width(), screen.height());
+    pointer_.open([this](std::string_view message, bool pressed) { return sendPointer(message, pressed); },
+                  screen.width(), screen.height());
   }
   while (!socket_.broken()) {
     if (stream_.queued() == 0) // or the server has not even taken the last request
@@ -180,7 +189,7 @@ void VNCNode::followScreen(RFBSession& session) {
       complete = session.handleMessage();
     if (!complete && result == Pelorn::WaitResult::Error)
       throw RFBStream::Ended("Connection lost");
-    resizePointer();
+    updatePointer();
     frames_.push(session.screen().frame());
   }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -23,24 +24,26 @@ class RFBSession;
 
 /// A client of a VNC server: shows its screen, and moves its pointer.
 ///
-/// | Slot                  | Direction | Type              | |
-/// |-----------------------|-----------|-------------------|-----------------------------------------------------------|
-/// | "Mouse Position"      | in        | `Vec2<float>`     | from 0 to 1; (0, 0) is the lower left corner | | "Left
-/// Mouse Button"   | in        | `bool`            | whether it is down: bit 0 of the buttons                  | |
-/// "Right Mouse Button"  | in        | `bool`            | bit 1, which servers take for the middle button           |
-/// | "Middle Mouse Button" | in        | `bool`            | bit 2, which servers take for the right button | |
-/// "Frames"              | out       | `SmartPtr<Image>` | the screen, in RGB24, its last line first                 |
+/// | Slot                  | Direction | Type              |                                      |
+/// |-----------------------|-----------|-------------------|--------------------------------------|
+/// | "Mouse Position"      | in        | `Vec2<float>`     | from 0 to 1; (0, 0) is at lower left |
+/// | "Left Mouse Button"   | in        | `bool`            | whether it is down: bit 0            |
+/// | "Right Mouse Button"  | in        | `bool`            | bit 1, for servers the middle one    |
+/// | "Middle Mouse Button" | in        | `bool`            | bit 2, for servers the right one     |
+/// | "Frames"              | out       | `SmartPtr<Image>` | the screen in RGB24, last line first |
 ///
 /// The bits of the two buttons are kept on purpose, because set-ups depend on them.
 ///
 /// Fields: "Address", "Port" and "Password" of the server; they count from the next start on. Of a password, eight
-/// bytes count. What servers can do is told at RFBSession; A framebuffer has 2^25 pixels at most, a cursor 1024 in each
-/// direction.
+/// bytes count. A parameter "Encodings", if one is set, names the encodings to ask for in place of all, between commas,
+/// as RFBSession knows them: "Raw, CopyRect, Cursor, DesktopSize" for a server that uses one that we cannot read. A
+/// framebuffer has 2^25 pixels at most, a cursor 1024 in each direction.
 ///
 /// A frame is written after each update, and after 50 ms without one.
 ///
 /// *Threads.* One worker connects, reads and pushes, while a slot is in use. `newData` sends in the writer's thread,
-/// and never blocks. What is put into the slots before the server is ready counts when it is.
+/// and never blocks. What is put into the slots before the server is ready counts when it is; of what comes faster than
+/// the server takes it, the latest counts.
 ///
 /// *Failure.* A server that cannot be reached gives the state Error. One that does not let us in, or speaks something
 /// else, leaves the state as it is; the log has the reason. When the connection ends, or the server says what nobody
@@ -72,6 +75,9 @@ private:
   void followScreen(RFBSession& session);
   bool receive(void* bytes, std::size_t size);
   void send(std::string_view message);
+  bool sendPointer(std::string_view message, bool pressed);
+
+  static constexpr std::size_t maxQueued = std::size_t{1} << 16; ///< bytes that a server is yet to take
 
   Setting<std::string> address_;
   Setting<unsigned short> port_{5900};

@@ -54,6 +54,11 @@ void DTWNode::initialize() {
   Tarsil::printErrorLine("Foo: Run initialize");
   Node::initialize();
   mode_ = GestureReader::RecordTemplates;
+  {
+    const std::lock_guard guard(queueLock_);
+    queue_.clear(); // of the time before
+    overflowed_ = false;
+  }
   const TreeLock lock;
   const unsigned publication = publication_;
   const auto enabled = [&] { return publication_ == publication; };

@@ -36,6 +36,7 @@ struct TUIOOptions : Options {
   std::string to = "127.0.0.1:3333";
   std::string profile = "2Dcur";
   unsigned touches = 3;
+  static constexpr unsigned maxTouches = 30; ///< of any profile, in the 4096 bytes that a node takes
   double stay = 2;
 };
 
@@ -190,7 +191,7 @@ void addTUIO(CLI::App& simulate, Program& program) {
       ->check(CLI::IsMember(profiles))
       ->capture_default_str();
   command->add_option("--touches", options->touches, "How many at a time, at most")
-      ->check(CLI::Range(0, 40))
+      ->check(CLI::Range(0U, TUIOOptions::maxTouches))
       ->capture_default_str();
   command->add_option("--stay", options->stay, "How long a touch stays, in seconds, more or less")
       ->check(CLI::Range(0.01, 1e6))
