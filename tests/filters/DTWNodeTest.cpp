@@ -225,6 +225,7 @@ TEST(DTWNode, StopsAtOnce) {
     EXPECT_TRUE(logs("Of the gesture, no more than 6000 samples are recorded"));
     hand.node->setFieldValue("TemplateFolder", folder.path().string());
   }));
+  hand.press("butA", false); // or it would be held from the start on
   EXPECT_TRUE(stops([&] { EXPECT_TRUE(eventually([&] { return hand.node->getState() == Node::Running; })); }));
   EXPECT_TRUE(stops([&] {
     const test::Printed printed;

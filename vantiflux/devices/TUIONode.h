@@ -54,8 +54,8 @@ namespace Vantiflux {
 /// *Threads.* One worker reads and pushes, while a slot is in use.
 ///
 /// *Failure.* A port that cannot be bound leaves the node as it is, with a line in the log. A datagram whose parts do
-/// not fit it, and a message that is malformed or unknown, are dropped; the first fault of a datagram is told on standard
-/// error, and in the log once for as long as it is the same. None of it changes the state.
+/// not fit it, and a message that is malformed or unknown, are dropped; the first fault of a datagram is told on
+/// standard error, and in the log once for as long as it is the same. None of it changes the state.
 class VANTIFLUX_API TUIONode : public Node, public NodeDescription<TUIONode> {
 public:
   /// What a message speaks of.
