@@ -79,18 +79,22 @@ TEST(VNCTrouble, StopsAtAnyMoment) {
   }
 }
 
-// An update that has all come may still be the work of minutes.
+// An update that has all come may still be the work of minutes. While it begins with little, the rest comes.
 TEST(VNCTrouble, StopsInTheMidstOfAnUpdate) {
-  constexpr unsigned copies = 15000;
+  constexpr unsigned small = 8000;
+  constexpr unsigned large = 7000;
   RFBMessage update;
-  update.u16(0).u16(copies);
-  for (unsigned i = 0; i < copies; ++i)
-    update.u16(0).u16(1).u16(4096).u16(2047).u32(1).u32(0);
+  update.u16(0).u16(small + large);
+  for (unsigned i = 0; i < small + large; ++i)
+    update.u16(0).u16(1).u16(i < small ? 1 : 4096).u16(i < small ? 1 : 2047).u32(1).u32(0);
   Server server;
   const test::Printed printed;
   VNCClient client(server.port());
   const auto peer = server.greet(screenOf(4096, 2048) + update.bytes());
-  EXPECT_TRUE(printed.comes("CopyRect \n"));
+  EXPECT_TRUE(test::eventually([&] {
+    const std::string text = printed.text();
+    return text.size() > text.find("CopyRect") + small * std::string("CopyRect \n").size();
+  }));
   EXPECT_LT(test::secondsOf([&] { client.ns.disable(); }), test::soon);
   EXPECT_EQ(client.node->getState(), Node::Disabled);
 }
@@ -176,10 +180,10 @@ public:
     buffer_.erase(0, size);
     return taken;
   }
-  /// What is said of the pointer next; requests are passed over.
+  /// What is said of the pointer next. Requests are passed over; with the 300th, nothing is to be expected any more.
   std::string pointer() {
-    std::string type;
-    while ((type = receive(1)) == "\3")
+    std::string type = receive(1);
+    for (int requests = 0; type == "\3" && ++requests < 300; type = receive(1))
       receive(9);
     return type == "\5" ? type + receive(5) : std::string();
   }
