@@ -71,7 +71,8 @@ TEST(VNCTrouble, StopsAtAnyMoment) {
       client.ns.enable();
       peer = server.greet(words);
       if (words.size() >= screen.size()) {
-        EXPECT_TRUE(client.runs("Connected to desk"));
+        EXPECT_TRUE(client.runs("Connected to desk"))
+            << client.node->getState() << ' ' << testing::PrintToString(client.log());
       }
     };
     EXPECT_TRUE(test::stopsAtOnce(begin, [&] { client.ns.disable(); })) << words.size();

@@ -123,6 +123,7 @@ bool VNCNode::openConnection(RFBStream& stream) {
     }
     return false;
   }
+  stream_.discard(); // what the last connection left when it was stopped
   socket_.setTcpNoDelay(true);
   socket_.setKeepAlive(true);
   RFBHandshake handshake(stream, getPassword());
