@@ -114,7 +114,9 @@ void setFailing(Settings& settings, std::string_view name, std::string_view valu
 }
 
 void setRate(Settings& settings, std::string_view name, std::string_view value) {
-  if (!parseNumber(value, settings.rate) || !(settings.rate == 0 || (settings.rate >= 1e-3 && settings.rate <= 1e6)))
+  const bool read = parseNumber(value, settings.rate);
+  const bool usable = settings.rate == 0 || (settings.rate >= 1e-3 && settings.rate <= 1e6);
+  if (!read || !usable)
     refuse(name, value);
 }
 

@@ -36,7 +36,7 @@ void NetworkNode::unmarkOwn(const Slot* slot) {
 
 bool NetworkNode::isOwn(const Slot* slot) const {
   const std::lock_guard lock(slotsLock_);
-  return ownSlots_.count(slot) != 0;
+  return ownSlots_.contains(slot);
 }
 
 unsigned long NetworkNode::drawSlotId() {
