@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,14 @@ public:
     const std::string_view taken = rest_.substr(0, rest_.find('\n'));
     rest_.remove_prefix(taken.size() < rest_.size() ? taken.size() + 1 : taken.size());
     return std::string(taken);
+  }
+  /// Exactly so many bytes; false if there are not as many.
+  bool read(void* to, std::size_t size) {
+    if (size > rest_.size())
+      return false;
+    std::memcpy(to, rest_.data(), size);
+    rest_.remove_prefix(size);
+    return true;
   }
   std::string rest() const { return std::string(rest_); }
 

@@ -1,23 +1,19 @@
 // What a Vicon server sends: its list of channels, and frames of data after that, decoded as the driver does.
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <vector>
 
 #include <vantiflux/core/Exception.h>
 #include <vantiflux/devices/ViconNode.h>
 #include <vantiflux/devices/ViconParser.h>
 
+#include "Input.h"
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   using namespace Vantiflux;
-  ViconParser parser([&](void* to, std::size_t count) {
-    if (count > size)
-      return false;
-    std::memcpy(to, bytes, count);
-    bytes += count;
-    size -= count;
-    return true;
-  });
+  fuzz::Input input(bytes, size);
+  ViconParser parser([&input](void* to, std::size_t count) { return input.read(to, count); });
   try {
     const ViconChannels channels = parser.readChannels();
     std::vector<double> values(channels.names().size());

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,8 +18,8 @@ namespace test {
 /// A program that was started with its standard output and standard error in pipes.
 class Process {
 public:
-  /// In place of the pipe, the standard output may lead elsewhere.
-  explicit Process(std::vector<std::string> words, int output = -1) {
+  /// In place of the pipe, the standard output may lead elsewhere; the standard input may come from elsewhere.
+  explicit Process(std::vector<std::string> words, int output = -1, int input = -1) {
     std::array<int, 2> out{};
     std::array<int, 2> err{};
     if (pipe2(out.data(), O_CLOEXEC) != 0 || pipe2(err.data(), O_CLOEXEC) != 0)
@@ -27,6 +28,8 @@ public:
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, output >= 0 ? output : out[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
+    if (input >= 0)
+      posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
     std::vector<char*> arguments;
     for (std::string& word : words)
       arguments.push_back(word.data());
@@ -50,7 +53,7 @@ public:
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
 
-  /// The next line of the output with its end; what there is at the end of the output.
+  /// The next line of the output with its end; what there is at the end of the output, or when no more comes for long.
   std::string readLine() { return readLineOf(out_); }
   std::string readErrorLine() { return readLineOf(err_); }
   std::string output() { return readAll(out_); }
@@ -73,7 +76,8 @@ public:
 private:
   static std::string readLineOf(int fd) {
     std::string line;
-    for (char c = 0; c != '\n' && read(fd, &c, 1) == 1;)
+    pollfd entry{fd, POLLIN, 0};
+    for (char c = 0; c != '\n' && poll(&entry, 1, 60000) == 1 && read(fd, &c, 1) == 1;)
       line += c;
     return line;
   }

@@ -1,5 +1,6 @@
 #include <vantiflux/devices/DeviceText.h>
 
+#include <algorithm>
 #include <cstddef>
 
 namespace Vantiflux::DeviceText {
@@ -17,6 +18,19 @@ std::string latin1ToUTF8(std::string_view bytes) {
     }
   }
   return text;
+}
+
+std::string shown(std::string_view bytes, std::size_t limit) {
+  const bool whole = bytes.size() <= limit;
+  std::string text(bytes.substr(0, limit));
+  std::replace_if(
+      text.begin(), text.end(),
+      [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte < 0x20 || (byte >= 0x7F && byte < 0xA0);
+      },
+      ' ');
+  return latin1ToUTF8(text) + (whole ? "" : "...");
 }
 
 bool sendWithPauses(std::string_view text, const std::function<bool(std::string_view piece)>& send,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -16,6 +17,11 @@ inline constexpr int pause = 500;
 
 /// Bytes as characters of Latin-1, turned into UTF-8: valid text whatever they are.
 VANTIFLUX_API std::string latin1ToUTF8(std::string_view bytes);
+
+/// What a peer sent, fit for a line of people's console or log: no control characters, UTF-8 from Latin-1, and no
+/// longer than that many bytes of it, with an ellipsis where something is left out.
+inline constexpr std::size_t shownLimit = 1000;
+VANTIFLUX_API std::string shown(std::string_view bytes, std::size_t limit = shownLimit);
 
 /// Sends the pieces between the "#"s, with a pause for each "#". Empty pieces are not sent. Both functions return false
 /// to end it; then the result is false.

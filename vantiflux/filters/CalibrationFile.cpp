@@ -1,52 +1,15 @@
 #include <vantiflux/filters/CalibrationFile.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <iterator>
-#include <sstream>
-#include <string_view>
-#include <system_error>
-#include <vector>
+#include <cstddef>
+#include <ios>
 
+#include <vantiflux/filters/SearchPath.h>
 #include <vantiflux/platform/pelorn/URLFile.h>
 
 namespace Vantiflux {
 
-namespace {
-
-std::string environment(const char* name) {
-  const char* const value = std::getenv(name);
-  return value == nullptr ? std::string() : value;
-}
-
-std::vector<std::string> directories() {
-  std::vector<std::string> found;
-  std::istringstream path(environment("VANTIFLUX_CALIBRATION_PATH"));
-  for (std::string directory; std::getline(path, directory, ':');)
-    if (!directory.empty())
-      found.push_back(directory);
-  if (const std::string config = environment("XDG_CONFIG_HOME"); !config.empty())
-    found.push_back(config + "/vantiflux");
-  else if (const std::string home = environment("HOME"); !home.empty())
-    found.push_back(home + "/.config/vantiflux");
-  found.emplace_back("/etc/vantiflux");
-  return found;
-}
-
-bool exists(const std::string& path) {
-  std::error_code error;
-  return std::filesystem::exists(path, error);
-}
-
-} // namespace
-
 std::string CalibrationFile::find(const std::string& name) {
-  if (name.empty() || name[0] == '/' || exists(name))
-    return name;
-  for (const std::string& directory : directories())
-    if (std::string path = directory + "/" + name; exists(path))
-      return path;
-  return name;
+  return SearchPath::find(name, "VANTIFLUX_CALIBRATION_PATH");
 }
 
 std::string CalibrationFile::read(const std::string& path) {

@@ -8,11 +8,9 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
-#include <vantiflux/platform/pelorn/UDP.h>
-
+#include "DatagramDevice.h"
 #include "Motion.h"
 #include "Options.h"
-#include "Session.h"
 #include "SimulateCommand.h"
 
 namespace Simulate {
@@ -73,38 +71,14 @@ private:
   std::string text_;
 };
 
-class ARTSimulator {
+class ARTSimulator : public DatagramDevice {
 public:
-  explicit ARTSimulator(const ARTOptions& options) : options_(options), chance_(options.seed) {}
-
-  void run() {
-    const Place to = placeOf(options_.to);
-    socket_.open("", 0, to.address, to.port);
-    Session session(options_.seconds, [this] { socket_.breakWait(); });
-    announce(to.address + ":" + std::to_string(to.port));
-    auto next = Clock::now();
-    while (!options_.ends(frames_) && session.sleepUntil(next)) {
-      next = std::max(next, Clock::now() - std::chrono::seconds(1));
-      next += std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(1 / options_.rate));
-      std::string datagram = frame();
-      if (chance_.happens(options_.malform))
-        datagram = malformed(std::move(datagram));
-      if (!chance_.happens(options_.lose))
-        socket_.send(datagram.data(), static_cast<int>(datagram.size()));
-      ++frames_;
-      if (frames_ == options_.breakAfter)
-        session.sleep(options_.pause);
-      if (frames_ == options_.restartAfter && session.sleep(options_.pause))
-        counter_ = 0;
-    }
-  }
+  explicit ARTSimulator(const ARTOptions& options) : DatagramDevice(options), options_(options) {}
 
 private:
-  Pose pose(unsigned body) {
-    return noisy(poseAt(body, static_cast<double>(frames_) / options_.rate), options_.noise, options_.jitter, chance_);
-  }
+  Pose pose(unsigned body) { return noisy(poseAt(body, now()), options_.noise, options_.jitter, chance_); }
 
-  std::string frame() {
+  std::string frame() override {
     ARTFrame frame(++counter_);
     if (options_.markers > 0) {
       frame.line("3d", options_.markers);
@@ -133,7 +107,7 @@ private:
     frame.line(options_.inertial ? "6di" : options_.secondForm ? "6df2" : "6df", options_.sticks);
     if (options_.secondForm && !options_.inertial)
       frame.line("", options_.sticks);
-    const unsigned pressed = 1U << (frames_ / 32 % 8);
+    const unsigned pressed = 1U << (frames() / 32 % 8);
     for (unsigned i = 0; i < options_.sticks; ++i) {
       const Pose seen = pose(options_.bodies + i);
       frame.gap();
@@ -151,7 +125,7 @@ private:
     frame.endLine();
   }
 
-  std::string malformed(std::string datagram) {
+  std::string malformed(std::string datagram) override {
     const std::size_t count = datagram.find("\n6d ") + 4;
     const std::size_t end = datagram.find(' ', count);
     switch (chance_.below(6)) {
@@ -170,10 +144,9 @@ private:
     }
   }
 
+  void restart() override { counter_ = 0; }
+
   const ARTOptions options_;
-  Chance chance_;
-  Pelorn::UDP socket_;
-  std::uint64_t frames_ = 0;
   std::uint64_t counter_ = 0;
 };
 
@@ -190,7 +163,7 @@ void addART(CLI::App& simulate, Program& program) {
   command->add_flag("--second-form", options->secondForm, "Send the sticks in the second form, \"6df2\"");
   command->add_flag("--inertial", options->inertial, "Send the sticks as inertial bodies, \"6di\"");
   addOptions(*command, *options);
-  command->callback([options, &program] { program = [options] { ARTSimulator(*options).run(); }; });
+  command->callback([options, &program] { program = [options] { ARTSimulator(*options).run(options->to); }; });
 }
 
 } // namespace Simulate

@@ -9,7 +9,7 @@ namespace Simulate {
 void addCommand(CLI::App& app, Program& program) {
   CLI::App* const simulate = app.add_subcommand("simulate", "Play a device, for trying out a tree without hardware");
   simulate->require_subcommand(1);
-  for (const auto add : {addFastrak, addART, addVicon, addCamera})
+  for (const auto add : {addFastrak, addART, addVicon, addCamera, addTUIO, addGesture})
     add(*simulate, program);
 }
 

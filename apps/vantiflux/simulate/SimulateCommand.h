@@ -20,5 +20,7 @@ void addFastrak(CLI::App& simulate, Program& program);
 void addART(CLI::App& simulate, Program& program);
 void addVicon(CLI::App& simulate, Program& program);
 void addCamera(CLI::App& simulate, Program& program);
+void addTUIO(CLI::App& simulate, Program& program);
+void addGesture(CLI::App& simulate, Program& program);
 
 } // namespace Simulate
