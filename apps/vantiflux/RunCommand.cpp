@@ -16,6 +16,7 @@
 #include "TreeFile.h"
 #include "ValueText.h"
 #include "Watcher.h"
+#include "WebInterface.h"
 
 namespace Host {
 
@@ -60,9 +61,12 @@ private:
 
 void runTree(const RunOptions& options) {
   StopSignals signals;
+  const auto web = options.web ? std::optional(parseWebAddress(*options.web)) : std::nullopt;
   const ClearAtEnd clear;
   if (options.file)
     loadTree(*options.file);
+  if (web)
+    openWebInterface(*web);
   signals.arm();
   std::optional<Watching> watching;
   if (!options.watched.empty())

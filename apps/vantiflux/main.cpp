@@ -50,6 +50,11 @@ void addRun(CLI::App& app, Program& program) {
       ->type_name("LABEL")
       ->take_all()
       ->allow_extra_args(false);
+  command
+      ->add_option("--web", options->web,
+                   "Open a web interface to the tree, for browsers on this host unless another address is given; with "
+                   "the port 0 on one that is free. A tree that has a Web node keeps that")
+      ->type_name("[ADDRESS:]PORT");
   command->add_option("--save-on-exit", options->saveOnExit, "Save the tree to this file at the end")
       ->type_name("FILE");
   command->callback([options, &program] {

@@ -1,0 +1,439 @@
+#include <vantiflux/platform/pelorn/WebConnection.h>
+
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <exception>
+#include <utility>
+
+#include <fcntl.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+
+#include <vantiflux/platform/pelorn/HTTPText.h>
+#include <vantiflux/platform/pelorn/ThreadedWebServer.h>
+
+namespace Pelorn {
+
+namespace {
+
+/// What is read at a time. A thread deals with it at once, so a connection needs none of its own.
+constexpr std::size_t readSize = 65536;
+
+bool wouldBlock(int error) {
+  return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
+
+/// The bytes that were taken, 0 for none; -1 when the connection is lost.
+ssize_t sendNow(int descriptor, std::string_view first, std::string_view second) {
+  std::array<iovec, 2> parts{
+      {{const_cast<char*>(first.data()), first.size()}, {const_cast<char*>(second.data()), second.size()}}};
+  msghdr message{};
+  message.msg_iov = parts.data();
+  message.msg_iovlen = parts.size();
+  const ssize_t sent = ::sendmsg(descriptor, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+  return sent < 0 && wouldBlock(errno) ? 0 : sent;
+}
+
+// Each thread makes the text once a second.
+const std::string& currentDate() {
+  static thread_local std::time_t last = 0;
+  static thread_local std::string text;
+  const std::time_t now = std::time(nullptr);
+  if (now != last || text.empty()) {
+    text = HTTPText::date(now);
+    last = now;
+  }
+  return text;
+}
+
+bool hasBody(unsigned long status) {
+  return status >= 200 && status != 204 && status != 304;
+}
+
+} // namespace
+
+WebConnection::WebConnection(std::shared_ptr<WebCore> core, WebCore::Socket socket)
+    : core_(std::move(core)), socket_(std::move(socket)), descriptor_(socket_.native_handle()),
+      remote_(SocketAddress::remoteOf(descriptor_)) {
+  const int on = 1;
+  ::setsockopt(descriptor_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+  ::fcntl(descriptor_, F_SETFD, FD_CLOEXEC);
+  enter(State::Idle);
+}
+
+WebConnection::~WebConnection() = default;
+
+void WebConnection::start() {
+  if (WebCore::Visit server(*core_); server)
+    server->addClient(*this);
+  else
+    end();
+  if (state_ == State::Idle)
+    wait(Next::Read);
+}
+
+bool WebConnection::enter(State state) {
+  const WebLimits& limits = core_->getLimits();
+  const auto now = WebCore::Clock::now();
+  const std::lock_guard guard(lock_);
+  if (state_ == State::Ended || timedOut_)
+    return false;
+  state_ = state;
+  since_ = now;
+  switch (state) {
+  case State::Idle:
+    deadline_ = now + limits.idle;
+    break;
+  case State::Head:
+    deadline_ = now + limits.headTime;
+    break;
+  case State::Body:
+    deadline_ = now + limits.bodyTime;
+    break;
+  case State::Writing:
+    deadline_ = now + limits.stall;
+    break;
+  case State::Lingering:
+    deadline_ = now + limits.linger;
+    break;
+  case State::Answering:
+  case State::Ended:
+  case State::Detached:
+    deadline_ = WebCore::Clock::time_point::max();
+    break;
+  }
+  return true;
+}
+
+void WebConnection::endIfIdle() {
+  const std::lock_guard guard(lock_);
+  if (state_ == State::Idle || state_ == State::Head || state_ == State::Body)
+    ::shutdown(descriptor_, SHUT_RDWR);
+}
+
+void WebConnection::expire(WebCore::Clock::time_point now) {
+  const std::lock_guard guard(lock_);
+  if (now < deadline_)
+    return;
+  deadline_ = WebCore::Clock::time_point::max();
+  timedOut_ = state_ == State::Head || state_ == State::Body;
+  ::shutdown(descriptor_, timedOut_ ? SHUT_RD : SHUT_RDWR);
+}
+
+std::optional<WebCore::Clock::time_point> WebConnection::idleSince() const {
+  const std::lock_guard guard(lock_);
+  return state_ == State::Idle ? std::optional(since_) : std::nullopt;
+}
+
+void WebConnection::wait(Next next) {
+  socket_.async_wait(next == Next::Read ? WebCore::Socket::wait_read : WebCore::Socket::wait_write,
+                     [self = shared_from_this(), next](const boost::system::error_code& error) {
+                       if (error)
+                         self->end();
+                       else
+                         self->step(next);
+                     });
+}
+
+// Nothing that goes wrong with one client, for want of memory, reaches another.
+void WebConnection::step(Next ready) {
+  try {
+    const Next next = ready == Next::Read ? read() : write();
+    if (next != Next::Nothing)
+      wait(next);
+  } catch (const std::exception&) {
+    end();
+  }
+}
+
+WebConnection::Next WebConnection::read() {
+  static thread_local std::array<char, readSize> bytes;
+  const ssize_t size = ::recv(descriptor_, bytes.data(), bytes.size(), MSG_DONTWAIT);
+  if (size < 0 && wouldBlock(errno))
+    return Next::Read;
+  if (state_ == State::Lingering)
+    return size > 0 ? Next::Read : end();
+  if (size > 0)
+    return feed(std::string_view(bytes.data(), static_cast<std::size_t>(size)));
+  bool timedOut = false;
+  {
+    const std::lock_guard guard(lock_);
+    timedOut = std::exchange(timedOut_, false);
+  }
+  return timedOut ? refuse(408) : end();
+}
+
+WebConnection::Next WebConnection::write() {
+  const ssize_t sent = sendNow(descriptor_, std::string_view(unsent_).substr(unsentAt_), {});
+  if (sent < 0)
+    return end();
+  unsentAt_ += static_cast<std::size_t>(sent);
+  if (unsentAt_ < unsent_.size())
+    return sent == 0 || enter(State::Writing) ? Next::Write : end();
+  std::string().swap(unsent_);
+  unsentAt_ = 0;
+  const Next next = afterReply();
+  if (next != Next::GoOn)
+    return next;
+  std::string held;
+  held.swap(pending_);
+  return feed(held);
+}
+
+WebConnection::Next WebConnection::feed(std::string_view data) {
+  const bool isStored = !pending_.empty();
+  if (isStored)
+    pending_.append(data);
+  input_ = isStored ? std::string_view(pending_) : data;
+  const Next next = takeInput();
+  if (isStored)
+    pending_.erase(0, pending_.size() - input_.size());
+  else
+    pending_.assign(input_);
+  input_ = {};
+  if (pending_.empty() && pending_.capacity() > 1024)
+    std::string().swap(pending_);
+  return next;
+}
+
+// Request after request, as far as the input goes and the replies go out.
+WebConnection::Next WebConnection::takeInput() {
+  for (Next next = Next::GoOn;;) {
+    if (!parser_) {
+      while (!input_.empty() && (input_.front() == '\r' || input_.front() == '\n'))
+        input_.remove_prefix(1); // some send a line end too many after a body
+      if (input_.empty())
+        return Next::Read;
+      parser_.emplace(core_->getLimits());
+      request_ = Request();
+      bodyUnread_ = replied_ = false;
+      if (!enter(State::Head))
+        return end();
+    }
+    const bool hadHead = parser_->hasHead();
+    if (const unsigned long status = parser_->parse(input_))
+      next = refuse(status);
+    else if (!parser_->hasHead())
+      next = Next::Read;
+    else
+      next = hadHead ? takeBody() : takeHead();
+    if (next != Next::GoOn)
+      return next;
+  }
+}
+
+WebConnection::Next WebConnection::takeHead() {
+  if (const unsigned long status = parser_->takeHead(request_))
+    return refuse(status);
+  std::size_t limit = 0;
+  if (!parser_->isDone()) {
+    const WebCore::Visit server(*core_);
+    if (server && server->check(request_) == 0)
+      limit = server->getBodyLimit(request_);
+  }
+  if (limit == 0) { // nobody wants the body
+    bodyUnread_ = !parser_->isDone();
+    answer();
+    return afterReply();
+  }
+  if (!parser_->setBodyLimit(limit))
+    return refuse(413);
+  if (!enter(State::Body))
+    return end();
+  if (input_.empty() && request_.minorVersion > 0 && request_.headers.hasWord("Expect", "100-continue"))
+    sendNow(descriptor_, "HTTP/1.1 100 Continue\r\n\r\n", {});
+  return Next::GoOn;
+}
+
+WebConnection::Next WebConnection::takeBody() {
+  if (parser_->isDone()) {
+    request_.body = parser_->takeBody();
+    answer();
+    return afterReply();
+  }
+  const auto more = std::chrono::seconds(parser_->bodySize() / 1024);
+  const std::lock_guard guard(lock_);
+  if (!timedOut_)
+    deadline_ = since_ + core_->getLimits().bodyTime + more;
+  return Next::Read;
+}
+
+// The connection ends where there is no reply.
+void WebConnection::answer() {
+  bodyAt_ = 0;
+  keep_ = false;
+  if (!enter(State::Answering))
+    return;
+  WebCore::Visit server(*core_);
+  if (!server)
+    return;
+  if (const unsigned long status = server->check(request_)) {
+    Reply reply;
+    server->createErrorPage(status, {}, reply);
+    server->addLog(remote_.getHostAddress() + ' ' + request_.method + ' ' + request_.path + ' ' +
+                   std::to_string(status));
+    keep_ = sendReply(std::move(reply)) && request_.keepsAlive();
+    return;
+  }
+  std::string failure = "Unknown exception";
+  try {
+    keep_ = server->handleRequest(*this, request_) != 0;
+    return;
+  } catch (const std::exception& e) {
+    failure = e.what();
+  } catch (...) { // it has no text
+  }
+  server->addLog("ERROR: " + request_.path + ": " + failure);
+  if (replied_)
+    return;
+  Reply reply;
+  server->createErrorPage(500, failure, reply);
+  sendReply(std::move(reply));
+}
+
+// The input cannot be trusted from here on.
+WebConnection::Next WebConnection::refuse(unsigned long status) {
+  bodyUnread_ = true;
+  keep_ = replied_ = false;
+  if (!enter(State::Answering))
+    return end();
+  if (WebCore::Visit server(*core_); server) {
+    Reply reply;
+    server->createErrorPage(status, {}, reply);
+    server->addLog(remote_.getHostAddress() + ' ' + std::to_string(status) + ' ' +
+                   ProtocolHTTP::getStatusPhrase(status));
+    sendReply(std::move(reply));
+  }
+  return afterReply();
+}
+
+WebConnection::Next WebConnection::afterReply() {
+  if (state_ == State::Detached) {
+    leave();
+    return Next::Nothing;
+  }
+  parser_.reset();
+  if (!unsent_.empty())
+    return enter(State::Writing) ? Next::Write : end();
+  if (!replied_)
+    return end();
+  if (!keep_ || bodyUnread_ || !enter(State::Idle))
+    return linger();
+  return core_->isClosed() ? linger() : Next::GoOn; // looked at last: who closes ends those that are idle
+}
+
+// The client sees what was written before it sees the end: closing with data unread would take it away again.
+WebConnection::Next WebConnection::linger() {
+  if (!enter(State::Lingering))
+    return end();
+  ::shutdown(descriptor_, SHUT_WR);
+  return Next::Read;
+}
+
+bool WebConnection::receiveBody(unsigned char* buffer, int& size) {
+  const std::size_t left = request_.body.size() - std::min(bodyAt_, request_.body.size());
+  const std::size_t wanted = size > 0 ? static_cast<std::size_t>(size) : 0;
+  const std::size_t taken = std::min(left, wanted);
+  if (taken > 0)
+    request_.body.copy(reinterpret_cast<char*>(buffer), taken, bodyAt_);
+  bodyAt_ += taken;
+  size = static_cast<int>(taken);
+  return taken == wanted && !bodyUnread_;
+}
+
+bool WebConnection::sendReply(const Reply& reply) {
+  return transmit(reply, nullptr);
+}
+
+bool WebConnection::sendReply(Reply&& reply) {
+  std::string body = std::move(reply.body);
+  return transmit(reply, &body);
+}
+
+bool WebConnection::transmit(const Reply& reply, std::string* body) {
+  static const std::string none;
+  if (replied_ || state_ != State::Answering)
+    return false;
+  const std::string& whole = body != nullptr ? *body : reply.body;
+  const std::string& content = request_.method == "HEAD" ? none : whole;
+  const std::string head = headOf(reply, whole.size(), bodyUnread_ || core_->isClosed());
+  const ssize_t sent = sendNow(descriptor_, head, content);
+  if (sent < 0)
+    return false;
+  replied_ = true;
+  const auto taken = static_cast<std::size_t>(sent);
+  if (taken >= head.size() + content.size())
+    return true;
+  if (taken < head.size()) {
+    unsent_ = head.substr(taken) + content;
+  } else {
+    unsentAt_ = taken - head.size();
+    unsent_ = body != nullptr ? std::move(*body) : content;
+  }
+  return true;
+}
+
+std::string WebConnection::headOf(const Reply& reply, std::size_t length, bool close) const {
+  std::string head;
+  head.reserve(512);
+  head += reply.protocol + '/' + std::to_string(reply.majorVersion) + '.' + std::to_string(reply.minorVersion) + ' ' +
+          std::to_string(reply.status) + ' ';
+  head += reply.reason.empty() ? ProtocolHTTP::getStatusPhrase(reply.status) : reply.reason.c_str();
+  head += "\r\n";
+  const auto add = [&head](std::string_view name, std::string_view value) {
+    head.append(name).append(": ");
+    for (const char c : value) // a line end in a value would begin another header
+      head += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
+    head += "\r\n";
+  };
+  for (const Config::Param& header : reply.headers.getParams())
+    if (!close || !HTTPText::equal(header.first, "Connection"))
+      add(header.first, header.second);
+  if (close)
+    add("Connection", "close");
+  if (hasBody(reply.status) && !reply.headers.hasParam("Content-Length"))
+    add("Content-Length", std::to_string(length));
+  if (!reply.headers.hasParam("Date"))
+    add("Date", currentDate());
+  if (!reply.headers.hasParam("Server") && !core_->getProduct().empty())
+    add("Server", core_->getProduct());
+  head += "\r\n";
+  return head;
+}
+
+Descriptor WebConnection::detach(std::string& unread) {
+  const std::lock_guard guard(lock_);
+  if (state_ != State::Answering || replied_)
+    return Descriptor();
+  unread = std::string(input_);
+  input_ = {};
+  boost::system::error_code error;
+  Descriptor result(socket_.release(error));
+  state_ = State::Detached;
+  ::fcntl(result.get(), F_SETFL, ::fcntl(result.get(), F_GETFL) | O_NONBLOCK);
+  return result;
+}
+
+WebConnection::Next WebConnection::end() {
+  {
+    const std::lock_guard guard(lock_);
+    if (state_ == State::Ended)
+      return Next::Nothing;
+    state_ = State::Ended;
+    deadline_ = WebCore::Clock::time_point::max();
+    boost::system::error_code ignored;
+    socket_.close(ignored);
+  }
+  leave();
+  return Next::Nothing;
+}
+
+void WebConnection::leave() {
+  if (WebCore::Visit server(*core_); server)
+    server->removeClient(*this);
+  core_->removeConnection(*this);
+}
+
+} // namespace Pelorn

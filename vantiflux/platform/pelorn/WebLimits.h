@@ -1,0 +1,24 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+namespace Pelorn {
+
+/// What a web server bears with from its clients. Who exceeds a time gets a reply that says so, where one is due, and
+/// loses the connection.
+struct WebLimits {
+  std::size_t head = 32768;                 ///< bytes of request line and headers
+  std::size_t headers = 100;                ///< lines of headers
+  std::size_t body = std::size_t{66} << 20; ///< bytes of a body: a state file of 64 MiB with what a form adds to it
+
+  std::chrono::milliseconds idle{60000};     ///< between two requests, and before the first
+  std::chrono::milliseconds headTime{10000}; ///< from the first byte of a head to its last
+  std::chrono::milliseconds bodyTime{30000}; ///< for a body, and besides a second for each KiB that has come
+  std::chrono::milliseconds stall{10000};    ///< without taking a byte of a reply
+  std::chrono::milliseconds linger{2000};    ///< after the last reply, for the client to read it and close
+
+  unsigned blockedThreads = 64; ///< how many requests may wait for locks at a time before others have to wait for them
+};
+
+} // namespace Pelorn

@@ -1,0 +1,7 @@
+#include <vantiflux/web/BuildDate.h>
+
+namespace Vantiflux {
+
+const char* const buildDate = __DATE__ " " __TIME__;
+
+} // namespace Vantiflux
