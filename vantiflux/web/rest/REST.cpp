@@ -43,7 +43,7 @@ struct Target {
 
 NodeRequest find(const boost::filesystem::path& path) {
   auto at = path.begin();
-  const auto isAt = [&](const char* text) { return at != path.end() && *at == text; };
+  const auto isAt = [&](const char* text) { return at != path.end() && at->native() == text; };
   if (!isAt("/"))
     throw std::runtime_error("Invalid path");
   ++at;

@@ -19,7 +19,7 @@ int hexValue(char c) {
 } // namespace
 
 bool pathAtEnd(const boost::filesystem::path::iterator& at) {
-  return at->empty() || at->filename() == ".";
+  return at->empty() || at->filename().native() == ".";
 }
 
 std::string toStr(const boost::filesystem::path::iterator& at) {
