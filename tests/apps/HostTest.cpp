@@ -49,6 +49,39 @@ TEST(Host, PrintsWatchedValuesUntilItIsInterrupted) {
   }
 }
 
+TEST(Host, OpensAWebInterfaceUnlessTheTreeHasOne) {
+  const Folder folder;
+  const std::string saved = folder.file("saved.vfx");
+  const std::regex form(R"(vantiflux: the web interface is at http://127\.0\.0\.1:(\d+)/\n)");
+  Process process(host({"run", clockTree, "--web", "localhost:0", "--save-on-exit", saved}));
+  const std::string line = process.readErrorLine();
+  std::smatch match;
+  ASSERT_TRUE(std::regex_match(line, match, form)) << line;
+  const std::string port = match[1];
+  EXPECT_TRUE(std::regex_match(process.readLine(), std::regex("WebNode listening on \\S+:" + port + "\n")));
+  Process second(host({"run", clockTree, "--web", port}));
+  EXPECT_EQ(second.wait(), 1);
+  EXPECT_NE(second.errors().find("vantiflux: Cannot listen on 127.0.0.1:" + port), std::string::npos);
+  process.signal(SIGTERM);
+  EXPECT_EQ(process.wait(), 0);
+  EXPECT_NE(contents(saved).find("<Parameter name=\"Port\" value=\"" + port + "\"/>"), std::string::npos);
+
+  const std::string own =
+      folder.write("own.vfx", "<Vantiflux versionMajor=\"1\"><Namespace label=\"a\"><Node label=\"b\" "
+                              "type=\"Web\"><Parameter name=\"Address\" value=\"127.0.0.1\"/></Node>"
+                              "</Namespace></Vantiflux>");
+  Process third(host({"run", own, "--web", "127.0.0.1:1"})); // where it could not be opened
+  const std::string thirdLine = third.readErrorLine();
+  EXPECT_TRUE(std::regex_match(thirdLine, form)) << thirdLine;
+  third.signal(SIGTERM);
+  EXPECT_EQ(third.wait(), 0);
+
+  for (const char* const wrong : {"x", ":80", "1.2.3.4:", "80:x", "127.0.0.1:65536", "-1", "a b:80"}) {
+    Process refused(host({"run", clockTree, std::string("--web=") + wrong}));
+    EXPECT_EQ(refused.wait(), 1) << wrong;
+  }
+}
+
 TEST(Host, TellsWhatItWaitsFor) {
   Process process(host({"run", clockTree, "--watch", "Mouse", "--watch", "clock/time"}));
   process.readLine();

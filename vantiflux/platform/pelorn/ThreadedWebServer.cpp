@@ -14,6 +14,10 @@ namespace Pelorn {
 ThreadedWebServer::ThreadedWebServer() : visitors_(std::make_shared<WebVisitors>()) {}
 
 ThreadedWebServer::~ThreadedWebServer() {
+  closeAndWait();
+}
+
+void ThreadedWebServer::closeAndWait() {
   ThreadedWebServer::close();
   visitors_->end();
 }

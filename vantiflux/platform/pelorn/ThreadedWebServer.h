@@ -43,6 +43,9 @@ public:
   /// Stops serving: the port is free, idle connections end. Does not wait: requests that are being answered still get
   /// their replies.
   virtual void close();
+  /// Closes for good, and waits for requests that are being answered. The destructor does so too, but for a derived
+  /// class that is too late: it calls this in its own.
+  void closeAndWait();
   /// Told of connections that come and go while the server is open, by the threads of the loops.
   virtual void addClient(WebClient& /*client*/) {}
   virtual void removeClient(WebClient& /*client*/) {}

@@ -78,7 +78,7 @@ bool WebConnection::enter(State state) {
   const WebLimits& limits = core_->getLimits();
   const auto now = WebCore::Clock::now();
   const std::lock_guard guard(lock_);
-  if (state_ == State::Ended || timedOut_)
+  if (state_ == State::Ended || timedOut_ || cut_)
     return false;
   state_ = state;
   since_ = now;
@@ -109,8 +109,10 @@ bool WebConnection::enter(State state) {
 
 void WebConnection::endIfIdle() {
   const std::lock_guard guard(lock_);
-  if (state_ == State::Idle || state_ == State::Head || state_ == State::Body)
-    ::shutdown(descriptor_, SHUT_RDWR);
+  if (state_ != State::Idle && state_ != State::Head && state_ != State::Body)
+    return;
+  cut_ = true;
+  ::shutdown(descriptor_, SHUT_RDWR);
 }
 
 void WebConnection::expire(WebCore::Clock::time_point now) {
@@ -119,6 +121,7 @@ void WebConnection::expire(WebCore::Clock::time_point now) {
     return;
   deadline_ = WebCore::Clock::time_point::max();
   timedOut_ = state_ == State::Head || state_ == State::Body;
+  cut_ = !timedOut_;
   ::shutdown(descriptor_, timedOut_ ? SHUT_RD : SHUT_RDWR);
 }
 
@@ -153,16 +156,22 @@ WebConnection::Next WebConnection::read() {
   const ssize_t size = ::recv(descriptor_, bytes.data(), bytes.size(), MSG_DONTWAIT);
   if (size < 0 && wouldBlock(errno))
     return Next::Read;
-  if (state_ == State::Lingering)
-    return size > 0 ? Next::Read : end();
-  if (size > 0)
-    return feed(std::string_view(bytes.data(), static_cast<std::size_t>(size)));
+  bool isCut = false;
   bool timedOut = false;
   {
     const std::lock_guard guard(lock_);
+    isCut = cut_; // a client that goes on sending would be heard on and on
     timedOut = std::exchange(timedOut_, false);
   }
-  return timedOut ? refuse(408) : end();
+  if (isCut)
+    return end();
+  if (timedOut)
+    return refuse(408);
+  if (size <= 0)
+    return end();
+  if (state_ == State::Lingering)
+    return Next::Read;
+  return feed(std::string_view(bytes.data(), static_cast<std::size_t>(size)));
 }
 
 WebConnection::Next WebConnection::write() {

@@ -80,11 +80,12 @@ private:
   const int descriptor_;
   const SocketAddress remote_;
 
-  mutable std::mutex lock_; ///< innermost; guards the next four
+  mutable std::mutex lock_; ///< innermost; guards the next five
   State state_ = State::Idle;
   WebCore::Clock::time_point since_;    ///< when the state was entered
   WebCore::Clock::time_point deadline_; ///< when it must be left
   bool timedOut_ = false;               ///< it was not, and the request is to be refused for that
+  bool cut_ = false;                    ///< it was ended from outside; what still arrives does not count
 
   // The rest is the steps' own.
   std::optional<HTTPParser> parser_;

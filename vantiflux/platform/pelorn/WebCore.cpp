@@ -196,12 +196,12 @@ void WebCore::sweep() {
   }
   if (!paused)
     return;
-  // Room for those who want to come in: who has been idle for longest makes it.
+  // Room for those who want to come in: who has been idle for longest makes it, a few at a time.
   std::vector<std::pair<Clock::time_point, std::shared_ptr<WebConnection>>> idle;
   for (const auto& connection : connections)
     if (const auto since = connection->idleSince())
       idle.emplace_back(*since, connection);
-  const std::size_t ended = std::min<std::size_t>(idle.size(), 16);
+  const std::size_t ended = std::min(idle.size(), 1 + idle.size() / 16);
   std::partial_sort(idle.begin(), idle.begin() + static_cast<std::ptrdiff_t>(ended), idle.end());
   for (std::size_t i = 0; i < ended; ++i)
     idle[i].second->endIfIdle();
