@@ -7,10 +7,10 @@
 
 #include <gtest/gtest.h>
 
-#include <tests/web/rest/Tree.h>
 #include <vantiflux/core/Root.h>
 #include <vantiflux/filters/ThresholdFilterNode.h>
 #include <vantiflux/web/rest/URLPath.h>
+#include <web/rest/Tree.h>
 
 using namespace Vantiflux;
 using test::ask;
@@ -57,7 +57,7 @@ TEST_F(Dispatch, DescribesNodes) {
                           "  <Input></Input>\n  <Output></Output>\n</Element>\n";
   for (const char* const path :
        {"B%20pose", "b%20POSE", "B%20pose/", "B%20pose.json", "B%20pose.JSON", "1", "+1.json"}) {
-    const test::Answer answer = get(path);
+    const test::Result answer = get(path);
     EXPECT_EQ(answer.status, 200U) << path;
     EXPECT_EQ(answer.type, "text/plain");
     EXPECT_EQ(answer.body, json) << path;
@@ -177,7 +177,7 @@ TEST_F(Dispatch, WritesIntoInSlots) {
 TEST_F(Dispatch, DoesNothingForOtherMethodsAndQueries) {
   const Planted<SlotNode<long>> node("z");
   for (const char* const method : {"PUT", "HEAD", "PATCH", "BREW", ""}) {
-    const test::Answer answer = ask(method, "/Vantiflux/element/z/In", "1");
+    const test::Result answer = ask(method, "/Vantiflux/element/z/In", "1");
     EXPECT_EQ(answer.status, 200U);
     EXPECT_EQ(answer.body, "");
     EXPECT_EQ(ask(method, "/Vantiflux/element/nothing").status, refused);

@@ -7,13 +7,14 @@
 
 #include <gtest/gtest.h>
 
-#include <tests/web/rest/Client.h>
-#include <tests/web/rest/Tree.h>
 #include <vantiflux/web/WebNode.h>
+#include <web/Client.h>
+#include <web/rest/Subscriber.h>
+#include <web/rest/Tree.h>
 
 using namespace Vantiflux;
-using test::bodyOf;
-using test::Connection;
+using test::Answer;
+using test::Client;
 using test::Planted;
 using test::SlotNode;
 
@@ -31,70 +32,69 @@ protected:
     port = web->getActualPort();
   }
 
-  std::string ask(const std::string& head, const std::string& body = {}) { return test::request(port, head, body); }
+  Answer ask(const std::string& method, const std::string& path, const std::string& headers = {}) const {
+    return Client(port).ask(method, path, headers);
+  }
+  Answer post(const std::string& path, const std::string& body) const { return Client(port).post(path, body); }
 
   Planted<LocalWebNode> web{"the web"};
   Planted<SlotNode<float>> number{"number"};
   std::uint16_t port = 0;
 };
 
-bool has(const std::string& reply, const std::string& part) {
-  return reply.find(part) != std::string::npos;
-}
-
 const std::string valuePath = "/Vantiflux/element/number/Out/data.string";
+const std::string inPath = "/Vantiflux/element/number/In";
 
 } // namespace
 
 TEST_F(RESTServer, AnswersEveryMethod) {
-  const std::string got = ask("GET " + valuePath + " HTTP/1.1");
-  EXPECT_EQ(got.rfind("HTTP/1.1 200 OK\r\n", 0), 0U) << got;
-  EXPECT_EQ(bodyOf(got), "1.5");
-  for (const char* const header : {"Content-Type: text/plain\r\n", "Access-Control-Allow-Origin: *\r\n", "Date: "})
-    EXPECT_TRUE(has(got, header)) << header;
+  const Answer got = ask("GET", valuePath);
+  EXPECT_EQ(got.head.rfind("HTTP/1.1 200 OK\r\n", 0), 0U) << got.head;
+  EXPECT_EQ(got.body, "1.5");
+  EXPECT_EQ(got.header("Content-Type"), "text/plain");
+  EXPECT_EQ(got.header("Access-Control-Allow-Origin"), "*");
+  EXPECT_NE(got.header("Date"), "");
 
-  const std::string head = ask("HEAD " + valuePath + " HTTP/1.1");
-  EXPECT_TRUE(has(head, " 200 OK") && has(head, "Content-Length: 0\r\n")) << head;
-  EXPECT_EQ(bodyOf(head), "");
+  const Answer head = ask("HEAD", valuePath);
+  EXPECT_EQ(head.status, 200);
+  EXPECT_EQ(head.header("Content-Length"), "0");
 
-  const std::string options = ask("OPTIONS /x/Vantiflux HTTP/1.1");
-  EXPECT_TRUE(has(options, " 200 OK") && has(options, "Connection: close\r\n"));
-  EXPECT_TRUE(has(options, "Access-Control-Allow-Methods: GET, PUT, POST, DELETE, OPTIONS\r\n"));
-  EXPECT_TRUE(has(options, "Access-Control-Allow-Headers: X-Accept-Encoding\r\n"));
+  const Answer options = ask("OPTIONS", "/x/Vantiflux");
+  EXPECT_EQ(options.status, 200);
+  EXPECT_EQ(options.header("Connection"), "close");
+  EXPECT_EQ(options.header("Access-Control-Allow-Methods"), "GET, PUT, POST, DELETE, OPTIONS");
+  EXPECT_EQ(options.header("Access-Control-Allow-Headers"), "X-Accept-Encoding");
 
-  EXPECT_TRUE(has(ask("POST /Vantiflux/element/number/In HTTP/1.1", "-0.25"), " 200 OK"));
-  EXPECT_EQ(number->in.pop().getValue(), -0.25F);
-  const std::string refused = ask("POST /Vantiflux/element/number/In HTTP/1.1", "nonsense");
-  EXPECT_EQ(refused.rfind("HTTP/1.1 406 Not Acceptable\r\n", 0), 0U) << refused;
-  EXPECT_FALSE(has(refused, "Content-Type") || has(refused, "Access-Control"));
-  EXPECT_EQ(bodyOf(refused), "");
-  EXPECT_TRUE(has(ask("POST /Vantiflux/element/number/In HTTP/1.1"), " 406 ")) << "no body, no number";
+  EXPECT_EQ(post(inPath, "-0.25").status, 200);
+  EXPECT_FALSE(number->in.empty());
+  EXPECT_EQ(number->in.top().getValue(), -0.25F);
+  const Answer refused = post(inPath, "nonsense");
+  EXPECT_EQ(refused.head.rfind("HTTP/1.1 406 Not Acceptable\r\n", 0), 0U) << refused.head;
+  EXPECT_EQ(refused.header("Content-Type") + refused.header("Access-Control-Allow-Origin") + refused.body, "");
+  EXPECT_EQ(post(inPath, "").status, 406) << "no body, no number";
+  EXPECT_EQ(ask("POST", inPath).status, 406);
+  EXPECT_EQ(ask("POST", inPath, "Content-Length: 99999999\r\n").status, 413);
 
-  EXPECT_TRUE(has(ask("PUT /Vantiflux/element/number/In HTTP/1.1", "GET / HTTP/1.1\r\n\r\n"), " 200 OK"));
-  EXPECT_TRUE(number->in.empty());
-  EXPECT_TRUE(has(ask("DELETE /Vantiflux/element/number HTTP/1.1"), " 200 OK"));
-  EXPECT_TRUE(has(ask("GET /index.html HTTP/1.1"), "Web Interface")) << "other paths are pages";
-  EXPECT_TRUE(has(ask("GET /other/Vantiflux HTTP/1.1"), " 406 "));
-  EXPECT_TRUE(has(ask("POST /Vantiflux/element/number/In HTTP/1.1\r\nContent-Length: 99999999"), " 413 "));
+  EXPECT_EQ(ask("PUT", inPath).status, 200);
+  EXPECT_EQ(ask("DELETE", "/Vantiflux/element/number").status, 200);
+  EXPECT_TRUE(ask("GET", "/index.html").has("Web Interface")) << "other paths are pages";
+  EXPECT_EQ(ask("GET", "/other/Vantiflux").status, 406);
+  EXPECT_EQ(ask("GET", valuePath + "?Accept=x").body, "");
 }
 
 TEST_F(RESTServer, KeepsConnectionsAsTheyAsk) {
-  Connection connection(port);
-  const std::string get = "GET " + valuePath + " HTTP/1.1\r\nHost: x\r\n\r\n";
-  for (int i = 1; i < 100; ++i) {
-    connection.send(get);
-    ASSERT_TRUE(has(connection.receive(), "Connection: Keep-Alive\r\n")) << i;
-  }
-  connection.send(get);
-  EXPECT_TRUE(has(connection.receive(), "Connection: close\r\n")) << "the hundredth is the last";
-  EXPECT_TRUE(connection.ends());
+  Client connection(port);
+  for (int i = 1; i < 100; ++i)
+    ASSERT_EQ(connection.get(valuePath).header("Connection"), "Keep-Alive") << i;
+  EXPECT_EQ(connection.get(valuePath).header("Connection"), "close") << "the hundredth is the last";
+  EXPECT_TRUE(connection.readToEnd());
 
   const auto keeps = [this](const std::string& version, const std::string& header) {
-    Connection one(port);
+    Client one(port);
     one.send("GET " + valuePath + ' ' + version + "\r\nHost: x\r\n" + header + "\r\n");
-    const bool kept = has(one.receive(), "Connection: Keep-Alive\r\n");
+    const bool kept = one.receive().header("Connection") == "Keep-Alive";
     if (!kept) {
-      EXPECT_TRUE(one.ends()) << version << header;
+      EXPECT_TRUE(one.readToEnd()) << version << header;
     }
     return kept;
   };
@@ -104,31 +104,27 @@ TEST_F(RESTServer, KeepsConnectionsAsTheyAsk) {
   EXPECT_FALSE(keeps("HTTP/1.1", "connection: Close\r\n"));
 
   // The body of another method is never taken for a request.
-  Connection put(port);
-  put.send(
-      "PUT /Vantiflux/element/number/In HTTP/1.1\r\nHost: x\r\nContent-Length: 22\r\n\r\nDELETE / HTTP/1.1\r\n\r\n");
-  EXPECT_TRUE(has(put.receive(), " 200 OK"));
-  EXPECT_TRUE(put.ends());
+  Client put(port);
+  put.send("PUT " + inPath + " HTTP/1.1\r\nHost: x\r\nContent-Length: 22\r\n\r\nDELETE / HTTP/1.1\r\n\r\n");
+  EXPECT_EQ(put.receive().status, 200);
+  std::size_t rest = 0;
+  EXPECT_TRUE(put.readToEnd(&rest));
+  EXPECT_EQ(rest, 0U);
 }
 
 TEST_F(RESTServer, AsksForCredentialsEverywhere) {
   web->setUserId("who");
   web->setPassword("secret");
-  const std::string upgrade = "\r\nUpgrade: websocket\r\nSec-WebSocket-Version: 13\r\n"
-                              "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==";
+  const std::string upgrade = "Connection: Upgrade\r\nUpgrade: websocket\r\nSec-WebSocket-Version: 13\r\n"
+                              "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n";
+  const std::string mine = "Authorization: Basic d2hvOnNlY3JldA==\r\n";
   for (const char* const method : {"GET", "POST", "PUT", "HEAD", "DELETE", "OPTIONS"})
-    EXPECT_TRUE(has(ask(method + (" " + valuePath) + " HTTP/1.1"), " 401 ")) << method;
-  Connection socket(port);
-  socket.send("GET " + valuePath + " HTTP/1.1\r\nHost: x\r\nConnection: Upgrade" + upgrade + "\r\n\r\n");
-  EXPECT_TRUE(has(socket.receive(), " 401 "));
-  EXPECT_TRUE(has(ask("OPTIONS " + valuePath + " HTTP/1.1\r\nOrigin: http://x\r\nAccess-Control-Request-Method: POST"),
-                  " 200 "));
-  EXPECT_TRUE(has(ask("GET " + valuePath + " HTTP/1.1\r\nAuthorization: Basic d2hvOndyb25n"), " 401 "));
-  const std::string mine = "\r\nAuthorization: Basic d2hvOnNlY3JldA==";
-  EXPECT_EQ(bodyOf(ask("GET " + valuePath + " HTTP/1.1" + mine)), "1.5");
-  Connection admitted(port);
-  admitted.send("GET " + valuePath + " HTTP/1.1\r\nHost: x\r\nConnection: Upgrade" + upgrade + mine + "\r\n\r\n");
-  EXPECT_TRUE(has(admitted.receive(), " 101 "));
+    EXPECT_EQ(ask(method, valuePath).status, 401) << method;
+  EXPECT_EQ(ask("OPTIONS", valuePath, "Origin: http://x\r\nAccess-Control-Request-Method: POST\r\n").status, 200);
+  EXPECT_EQ(ask("GET", valuePath, "Authorization: Basic d2hvOndyb25n\r\n").status, 401);
+  EXPECT_EQ(ask("GET", valuePath, mine).body, "1.5");
+  EXPECT_EQ(ask("GET", valuePath, upgrade).status, 401);
+  EXPECT_EQ(ask("GET", valuePath, upgrade + mine).status, 101);
 }
 
 // Every reply is a whole one, whatever becomes of the nodes meanwhile.
@@ -139,22 +135,14 @@ TEST_F(RESTServer, NodesComeAndGoUnderItsHands) {
   std::vector<std::thread> walkers;
   for (int i = 0; i < 3; ++i)
     walkers.emplace_back([this, &done, &replies, i] {
-      const std::vector<std::string> tails = {"GET %/data.string", "GET %.xml", "POST %", "GET 1/0", "DELETE %"};
+      constexpr const char* node = "/Vantiflux/element/short/";
+      const std::vector<std::pair<std::string, std::string>> asked = {
+          {"GET", "Out/data.string"}, {"GET", "Out.xml"}, {"GET", "0"}, {"GET", ""}, {"DELETE", "Out"}, {"POST", "In"}};
       for (std::size_t n = static_cast<std::size_t>(i); !done; ++n) {
-        Connection connection(port);
-        std::string path = tails[n % tails.size()];
-        const std::string slot = path[0] == 'P' ? "short/In" : "short/Out";
-        if (const auto at = path.find('%'); at != std::string::npos)
-          path.replace(at, 1, slot);
-        path.insert(path.find(' ') + 1, "/Vantiflux/element/");
-        for (int k = 0; k < 20 && !done; ++k) {
-          connection.send(path + " HTTP/1.1\r\nHost: x\r\nContent-Length: 1\r\n\r\n1");
-          const std::string reply = connection.receive();
-          ASSERT_TRUE(has(reply, " 200 OK") || has(reply, " 406 ")) << reply;
-          ++replies;
-          if (path[0] != 'P')
-            break; // its body was not read
-        }
+        const auto& [method, tail] = asked[n % asked.size()];
+        const int status = method == "POST" ? post(node + tail, "1").status : ask(method, node + tail).status;
+        ASSERT_TRUE(status == 200 || status == 406) << method << tail << status;
+        ++replies;
       }
     });
   std::thread subscriber([this, &done] {

@@ -62,14 +62,14 @@ private:
   std::string label_;
 };
 
-struct Answer {
+struct Result {
   unsigned long status = 0;
   std::string type;
   std::string body;
 };
 
 /// What a request comes to, without a server.
-inline Answer ask(const std::string& method, const std::string& path, const std::string& body = {},
+inline Result ask(const std::string& method, const std::string& path, const std::string& body = {},
                   const std::string& query = {}) {
   Pelorn::ProtocolHTTP::Request request;
   request.method = method;
@@ -82,7 +82,7 @@ inline Answer ask(const std::string& method, const std::string& path, const std:
   return {reply.status, reply.headers.getParam("Content-Type", std::string()), reply.body};
 }
 
-inline Answer get(const std::string& tail) {
+inline Result get(const std::string& tail) {
   return ask("GET", "/Vantiflux/element/" + tail);
 }
 

@@ -7,23 +7,19 @@
 
 #include <gtest/gtest.h>
 
-#include <tests/web/rest/Client.h>
-#include <tests/web/rest/Tree.h>
+#include <core/Support.h>
 #include <vantiflux/web/WebNode.h>
+#include <web/Client.h>
+#include <web/rest/Subscriber.h>
+#include <web/rest/Tree.h>
 
 using namespace Vantiflux;
 using test::Planted;
 using test::SlotNode;
 using test::Subscriber;
+using test::waitFor;
 
 namespace {
-
-/// Waits for a condition. A hang is the test's failure, ended by the test driver.
-template <class Condition>
-void waitFor(Condition&& condition) {
-  while (!condition())
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-}
 
 std::size_t observers() {
   return REST::WebSocketObservers::the().size();
@@ -177,31 +173,25 @@ TEST_F(WebSocket, EndsConnectionsThatBreakTheRules) {
   const std::string huge = "\x81\xff\x7f\xff\xff\xff\xff\xff\xff\xff\x01\x02\x03\x04";
   const std::string notText = "\x81\x82\x01\x02\x03\x04\xfe\xfd";
   for (const std::string& frame : {unmasked, reserved, huge, notText, std::string(5000, '\xff')}) {
-    test::Connection client(port);
+    test::Client client(port);
     client.send(handshake + "13\r\n\r\n");
-    EXPECT_NE(client.receive().find(" 101 "), std::string::npos);
+    EXPECT_EQ(client.receive().status, 101);
     client.send(frame);
-    boost::system::error_code error;
-    std::string rest;
-    test::asio::read(client.socket, test::asio::dynamic_buffer(rest), error);
-    EXPECT_TRUE(error);
+    EXPECT_TRUE(client.readToEnd());
   }
   for (const std::string& bad : {handshake + "12\r\n\r\n", handshake + "13\r\nSec-WebSocket-Key: short\r\n\r\n",
                                  handshake + "13\r\n\r\n" + std::string(4000, 'x')}) {
-    test::Connection client(port);
+    test::Client client(port);
     client.send(bad);
-    boost::system::error_code error;
-    std::string rest;
-    test::asio::read(client.socket, test::asio::dynamic_buffer(rest), error);
-    EXPECT_TRUE(error);
+    EXPECT_TRUE(client.readToEnd());
   }
   // Only a value can be subscribed to.
   for (const char* const tail : {"number", "number/Out", "number/Out/desc"}) {
-    test::Connection client(port);
+    test::Client client(port);
     std::string plain = handshake + "13\r\n\r\n";
     plain.replace(plain.find(path("")), path("number/Out/data.string").size(), path(tail));
     client.send(plain);
-    EXPECT_NE(client.receive().find(" 200 "), std::string::npos) << tail;
+    EXPECT_EQ(client.receive().status, 200) << tail;
   }
   waitFor([] { return observers() == 0; });
   number->out.push(3);
@@ -228,6 +218,7 @@ TEST_F(WebSocket, DropsAClientThatTakesNothing) {
   text->out.push(large);
   waitFor([&] {
     text->out.push(large);
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
     return observers() == 0;
   });
 }

@@ -36,6 +36,8 @@ WebSocketSession::WebSocketSession(WebSocketThreads& threads, const asio::ip::tc
       request_(std::move(request)), protocol_(std::move(protocol)) {
   beast::get_lowest_layer(stream_).socket().assign(family, descriptor.get());
   static_cast<void>(descriptor.release());
+  Error ignored; // without it values are only later
+  beast::get_lowest_layer(stream_).socket().set_option(asio::ip::tcp::no_delay(true), ignored);
 }
 
 template <class Step>

@@ -79,18 +79,21 @@ bool becomesWebSocket(Pelorn::WebClient* client, const Request& request, const T
   return true;
 }
 
-/// False when the client did not send what it announced.
+/// Of POST alone, and as long as it was announced. False when it is not there.
 bool readBody(ProtocolHTTP& protocol, Request& request) {
-  request.body.clear();
   int size = 0;
   if (request.method != "POST" ||
       !boost::conversion::try_lexical_convert(request.headers.getParam("Content-Length", std::string()), size) ||
-      size <= 0)
+      size <= 0) {
+    request.body.clear();
     return true;
+  }
   if (static_cast<std::size_t>(size) > bodyLimit)
     return false;
-  request.body.resize(static_cast<std::size_t>(size));
-  return protocol.receiveBody(reinterpret_cast<unsigned char*>(request.body.data()), size);
+  std::string body(static_cast<std::size_t>(size), '\0');
+  const bool isWhole = protocol.receiveBody(reinterpret_cast<unsigned char*>(body.data()), size);
+  request.body = std::move(body); // only now: the protocol may have kept it there
+  return isWhole;
 }
 
 bool keepsAlive(Pelorn::WebClient& client, const Request& request) {
