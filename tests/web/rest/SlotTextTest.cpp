@@ -201,7 +201,8 @@ TEST(SlotText, GivesBytesOfFloatsAndIntegers) {
     slot.push(value);
     const std::string bytes = REST::toFloat<BasicOutSlot, OutSlot>(&slot);
     std::vector<float> numbers(bytes.size() / sizeof(float));
-    std::memcpy(numbers.data(), bytes.data(), numbers.size() * sizeof(float));
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+      std::memcpy(&numbers[i], &bytes[i * sizeof(float)], sizeof(float));
     return numbers;
   };
   using Numbers = std::vector<float>;
