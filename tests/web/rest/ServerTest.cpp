@@ -125,6 +125,15 @@ TEST_F(RESTServer, AsksForCredentialsEverywhere) {
   EXPECT_EQ(ask("GET", valuePath, mine).body, "1.5");
   EXPECT_EQ(ask("GET", valuePath, upgrade).status, 401);
   EXPECT_EQ(ask("GET", valuePath, upgrade + mine).status, 101);
+  // Nor does another site write with what the browser knows.
+  const std::string other = mine + "Origin: http://elsewhere\r\n";
+  EXPECT_EQ(ask("GET", valuePath, other).status, 200);
+  EXPECT_EQ(ask("GET", valuePath, upgrade + other).status, 403);
+  EXPECT_EQ(ask("DELETE", valuePath, other).status, 403);
+  EXPECT_EQ(ask("DELETE", valuePath, mine + "Origin: http://localhost\r\n").status, 200);
+  web->setUserId("");
+  web->setPassword("");
+  EXPECT_EQ(ask("DELETE", valuePath, other).status, 200) << "where nobody is asked who he is, anybody may";
 }
 
 // Every reply is a whole one, whatever becomes of the nodes meanwhile.

@@ -1,5 +1,7 @@
 #include <vantiflux/web/rest/RESTInterceptor.h>
 
+#include <utility>
+
 #include <vantiflux/web/rest/REST.h>
 #include <vantiflux/web/rest/TreeAccess.h>
 
@@ -13,7 +15,25 @@ RESTInterceptor::~RESTInterceptor() {
   cleanup();
 }
 
+namespace {
+
+/// What may do more than show something.
+bool mayWrite(const Pelorn::ProtocolHTTP::Request& request) {
+  return request.method == "POST" || request.method == "DELETE" || request.headers.hasParam("Upgrade");
+}
+
+} // namespace
+
+// Scripts of any site may use the interface. But where it asks for credentials, those that a browser has been told are
+// not for other sites to write with.
 unsigned RESTInterceptor::handleRequest(Pelorn::WebClient& client, Pelorn::ProtocolHTTP::Request& request) {
+  if (isMeant(request) && mayWrite(request) && asksForCredentials() && isFromAnotherSite(request)) {
+    Pelorn::ProtocolHTTP::Reply reply;
+    createErrorPage(403, "The request comes from another site.", reply);
+    reply.headers.setParam("Connection", "close");
+    client.getProtocol().sendReply(std::move(reply));
+    return 0;
+  }
   try {
     return REST::handleRequest(client, request);
   } catch (...) {
