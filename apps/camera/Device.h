@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 #include <optional>
@@ -108,7 +107,7 @@ private:
   std::map<std::string, unsigned> counts_; ///< calls of this opening, by request
   int memory_ = -1;                        ///< the file that the buffers lie in
   std::vector<Buffer> buffers_;
-  std::deque<unsigned> queue_;
+  std::vector<unsigned> queue_; ///< of a fixed capacity: streaming allocates nothing
   std::uint32_t sequence_ = 0;
   bool streaming_ = false;
   bool gone_ = false;

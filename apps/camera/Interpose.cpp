@@ -17,6 +17,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/timerfd.h>
@@ -29,10 +30,16 @@ namespace Camera {
 
 namespace {
 
+class Registry;
+Registry& registry();
+
 /// The cameras, and who has them open. Never destroyed: threads may still use a camera when the process ends.
 class Registry {
 public:
   Registry() {
+    // A process that forks while a camera streams may close its descriptors in the child.
+    ::pthread_atfork([] { registry().lock.lock(); }, [] { registry().lock.unlock(); },
+                     [] { registry().lock.unlock(); });
     const char* const text = std::getenv("VANTIFLUX_CAMERAS");
     if (!configure(text == nullptr ? "" : text))
       std::fprintf(stderr, "VANTIFLUX_CAMERAS: %s\n", trouble_.c_str());

@@ -114,7 +114,7 @@ void setFailing(Settings& settings, std::string_view name, std::string_view valu
 }
 
 void setRate(Settings& settings, std::string_view name, std::string_view value) {
-  if (!parseNumber(value, settings.rate) || !(settings.rate >= 0) || settings.rate > 1e6)
+  if (!parseNumber(value, settings.rate) || !(settings.rate == 0 || (settings.rate >= 1e-3 && settings.rate <= 1e6)))
     refuse(name, value);
 }
 

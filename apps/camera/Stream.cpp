@@ -37,6 +37,7 @@ Opening::Error Opening::requestBuffers(v4l2_requestbuffers& wanted) {
     return 0;
   const unsigned forced = device_->settings.buffers;
   wanted.count = std::clamp(forced > 0 ? forced : wanted.count, 1U, mostBuffers);
+  queue_.reserve(wanted.count);
   memory_ = ::memfd_create("simulated camera", MFD_CLOEXEC);
   buffers_.assign(wanted.count, {device_->card().size(), false, nullptr});
   if (memory_ < 0 || ::ftruncate(memory_, static_cast<off_t>(stride() * buffers_.size())) != 0) {
@@ -139,7 +140,7 @@ Opening::Error Opening::dequeueBuffer(v4l2_buffer& buffer) {
   if (!takeTick() || queue_.empty())
     return EAGAIN;
   const unsigned index = queue_.front();
-  queue_.pop_front();
+  queue_.erase(queue_.begin());
   buffers_[index].queued = false;
   device_->card().draw(buffers_[index].address, device_->frames);
   buffer.index = device_->settings.liesAbout("INDEX") ? 77 : index;

@@ -35,6 +35,8 @@ struct Pixels {
   int channels;
 };
 
+const char* const tooLarge = "is too large for a picture file";
+
 [[noreturn]] void refuse(const Image& image, const std::string& why) {
   throw Vantiflux::Exception("an image of " + std::to_string(image.width()) + "x" + std::to_string(image.height()) +
                              " in " + Image::format2String(image.format()) + " " + why);
@@ -46,12 +48,14 @@ Pixels pixelsOf(const Image& image) {
     refuse(image, "has no pixels");
   if (image.width() > JPEG_MAX_DIMENSION || image.height() > JPEG_MAX_DIMENSION ||
       image.size() != std::size_t{image.width()} * image.height() * channels || image.size() > 1U << 30)
-    refuse(image, "is too large for a picture file");
+    refuse(image, tooLarge);
   return {image.data(), static_cast<int>(image.width()), static_cast<int>(image.height()), static_cast<int>(channels)};
 }
 
 // The fourth byte is of no use in a picture.
 Image withoutFourth(const Image& image) {
+  if (image.size() / 4 < std::uint64_t{image.width()} * image.height()) // whose size has wrapped
+    refuse(image, tooLarge);
   Image result;
   result.setParameters(image.width(), image.height(), Image::RGB24);
   const std::size_t pixels = std::min(image.size() / 4, result.size() / 3);

@@ -47,8 +47,8 @@ constexpr std::array<int, 3> red{255, 0, 0}, green{0, 255, 0}, blue{0, 0, 255}, 
     white{255, 255, 255}, black{0, 0, 0};
 
 /// Lets the program take a picture and returns what it complains of.
-std::string take(const std::string& label, const std::string& file, const std::string& camera = "rate=0",
-                 const std::vector<std::string>& options = {}) {
+std::string take(const std::string& label, const std::string& file, const std::string& camera = "rate=30",
+                 const std::vector<std::string>& options = {"--timeout", "200"}) {
   std::vector<std::string> words{HOST_PROGRAM, "simulate", "camera",   "--device", camera, "--",
                                  HOST_PROGRAM, "snapshot", cameraTree, label,      file};
   words.insert(words.end(), options.begin(), options.end());
@@ -75,7 +75,7 @@ TEST(Snapshot, ShowsTheTestCardAtEachStationOfTheTree) {
     EXPECT_TRUE(mirrored.shows(20, 20, green) && mirrored.shows(-20, 20, red));
     EXPECT_TRUE(mirrored.shows(20, -20, yellow) && mirrored.shows(-20, -20, blue));
 
-    take("Channels/Red Channel", file, "rate=0", {"--skip", "3"});
+    take("Channels/Red Channel", file, "rate=30", {"--skip", "3", "--timeout", "200"});
     const Picture channel(file);
     EXPECT_EQ(channel.channels, 1);
     EXPECT_TRUE(channel.shows(-20, 20, white) && channel.shows(20, 20, black) && channel.shows(20, -20, white));
@@ -92,8 +92,8 @@ TEST(Snapshot, TellsWhyThereIsNone) {
   };
   EXPECT_EQ(complaint(take("Camera/Frames", file, "silent=yes", soon)),
             "vantiflux: no image arrived under \"Camera/Frames\" within 0.2 s\n");
-  EXPECT_EQ(complaint(take("Camera/Frames", file, "absent=yes", {"--timeout", "2"})), // the worker has tried by then
-            "vantiflux: no image arrived under \"Camera/Frames\" within 2 s; Camera: Cannot open device\n");
+  EXPECT_EQ(complaint(take("Camera/Frames", file, "absent=yes", {"--timeout", "5"})), // the worker has tried by then
+            "vantiflux: no image arrived under \"Camera/Frames\" within 5 s; Camera: Cannot open device\n");
   EXPECT_EQ(complaint(take("Camera", file, "rate=0", soon)),
             "vantiflux: nothing arrived under \"Camera\" within 0.2 s\n");
   EXPECT_FALSE(std::filesystem::exists(file));

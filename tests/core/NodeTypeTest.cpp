@@ -1,6 +1,7 @@
 #include <vantiflux/core/NodeType.h>
 
 #include <cstdlib>
+#include <locale>
 #include <memory>
 #include <string>
 #include <typeinfo>
@@ -82,9 +83,26 @@ TEST(NodeType, FieldsAreTextAndOnlyChangedOnesAreNamed) {
   EXPECT_EQ(node.getFieldValue("UNKNOWN"), "kept");
   node.setFieldValue("Count", "7");
   EXPECT_EQ(changedNames(node), (Names{"unknown", "On", "Matrix", "Scale"}));
+  node.setFieldValue("Scale", "1.0000001"); // written as the default is: a file could not tell them apart
+  EXPECT_EQ(changedNames(node), (Names{"unknown", "On", "Matrix"}));
   EXPECT_EQ(node.type()->getField("POrt")->getDescription(), "where");
   EXPECT_EQ(node.type()->getField("none"), nullptr);
   EXPECT_EQ(node.type()->getLongDescription(), "");
+}
+
+TEST(NodeType, TextsOfFieldsAreTheSameInEveryCountry) {
+  struct Grouped : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouped));
+  ConfiguredNode node;
+  node.setFieldValue("Scale", "0.007");
+  node.setFieldValue("Count", "57600");
+  EXPECT_EQ(node.getFieldValue("Scale"), "0.007");
+  EXPECT_EQ(node.getFieldValue("Count"), "57600");
+  std::locale::global(before);
 }
 
 TEST(NodeType, BadTextLeavesTheNodeAsItIs) {

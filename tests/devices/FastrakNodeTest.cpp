@@ -23,6 +23,7 @@ const std::string name = "Simulated tracker 1.0";
 TEST(FastrakNode, PublishesTheSensorsThatAreThere) {
   Device device({"fastrak", "--stations", "1,3"});
   Bench<FastrakNode> bench({{"Device", device.place()}});
+  EXPECT_TRUE(test::eventually([&] { return test::slotsOf(bench.ns).size() == 7; }));
   EXPECT_EQ(bench.node->getState(), Node::Sleeping);
   EXPECT_EQ(bench.node->getShortInfo(), "Operating " + name + " on " + device.place());
   EXPECT_EQ(test::slotsOf(bench.ns),
@@ -62,11 +63,12 @@ TEST(FastrakNode, FindsATrackerAtAForeignSpeedAndLeavesItSo) {
   port.setBaudRate(Pelorn::Serial::Baud19200);
   port.open();
   Pelorn::StreamBuf stream(port);
-  ASSERT_TRUE(stream.write("S", 30000));
   LineReader reader(stream);
-  std::string_view line;
-  ASSERT_EQ(reader.read(line, 30000), LineReader::Result::Line);
-  EXPECT_NE(line.find(name), std::string_view::npos) << line;
+  EXPECT_TRUE(test::eventually([&] { // records from before its end may stand in front
+    std::string_view line;
+    return stream.write("S", 1000) && reader.read(line, 1000) == LineReader::Result::Line &&
+           line.find(name) != std::string_view::npos;
+  }));
 }
 
 TEST(FastrakNode, PassesOverWhatIsNoRecord) {

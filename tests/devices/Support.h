@@ -11,7 +11,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <platform/support.h>
 #include <vantiflux/core/InSlot.h>
@@ -144,21 +143,6 @@ inline std::string receive(Pelorn::Socket& socket, std::size_t size) {
 inline void send(Pelorn::Socket& socket, const std::string& text) {
   Pelorn::StreamBuf stream(socket);
   EXPECT_TRUE(stream.write(text, 30000));
-}
-
-/// A port of this host that nothing uses. It is none of those that the system chooses, and test programs that run side by
-/// side look in different places: nobody else takes it before the test does.
-template <class Socket = Pelorn::ServerSocket>
-std::uint16_t freePort() {
-  static int next = getpid() * 16;
-  for (;;) {
-    const auto port = static_cast<std::uint16_t>(10000 + next++ % 20000);
-    try {
-      Socket().open("127.0.0.1", port);
-      return port;
-    } catch (const Pelorn::Exception&) { // taken
-    }
-  }
 }
 
 } // namespace test

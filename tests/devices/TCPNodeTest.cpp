@@ -81,8 +81,8 @@ TEST(TCPServerNode, ServesOneClientAtATime) {
 
 TEST(TCPServerNode, SaysWhyItCannotListen) {
   Pelorn::ServerSocket taken;
-  taken.open("127.0.0.1", 0);
-  const std::string port = std::to_string(taken.getLocalAddress().getServicePort());
+  const std::string port = std::to_string(test::freePort());
+  taken.open("127.0.0.1", static_cast<std::uint16_t>(std::stoi(port)));
   Server bench(local({{"Port", port}}));
   EXPECT_EQ(bench.node->getState(), Node::Error);
   EXPECT_EQ(bench.node->getShortInfo().rfind("Cannot open server - ", 0), 0u);

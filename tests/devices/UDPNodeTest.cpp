@@ -15,7 +15,7 @@ using test::Messages;
 /// A node and a socket that know each other.
 struct Pair {
   explicit Pair(const test::Fields& fields = test::Fields({})) : bench(fields) {
-    peer.open("127.0.0.1", 0);
+    peer.open("127.0.0.1", test::freePort<Pelorn::UDP>());
     bench.node->setLocalAddress("127.0.0.1");
     bench.node->setRemoteAddress("127.0.0.1");
     bench.node->setRemotePort(peer.getLocalAddress().getServicePort());

@@ -39,7 +39,7 @@ struct Failure {
   int frames;            ///< that come before
 };
 
-const std::string running = "Operating Simulated Camera, 640x480 YUY2";
+const std::string running = "Operating Simulated Camera, 320x240 YUY2";
 const std::string found = "Operating Simulated Camera";
 
 TEST(CameraFailure, OfEachRequestEndsTheRunAndTheNextOneWorks) {
@@ -74,7 +74,7 @@ TEST(CameraFailure, OfEachRequestEndsTheRunAndTheNextOneWorks) {
   };
   for (const Failure& failure : failures) {
     SCOPED_TRACE(failure.camera);
-    plugIn("rate=0," + failure.camera);
+    plugIn("rate=0,size=320x240," + failure.camera);
     Scene scene;
     ASSERT_EQ(scene.node->getShortInfo(), found);
     scene.route();
@@ -89,7 +89,7 @@ TEST(CameraFailure, OfEachRequestEndsTheRunAndTheNextOneWorks) {
     EXPECT_EQ(test::mappedBuffers(), 0);
     scene.unroute();
 
-    plugIn("rate=0");
+    plugIn("rate=0,size=320x240");
     scene.route();
     EXPECT_TRUE(scene.viewer.sees(failure.frames + 3));
     EXPECT_EQ(scene.node->getState(), Node::Running);

@@ -33,9 +33,9 @@ private:
 
 // The thread sanitizer needs seconds for a large frame, and memory is asked for in the same places with a small one.
 #ifdef __SANITIZE_THREAD__
-constexpr const char* camera = "rate=200,size=320x240";
+constexpr const char* camera = "rate=50,size=320x240";
 #else
-constexpr const char* camera = "rate=200,size=1920x1080";
+constexpr const char* camera = "rate=50,size=1920x1080";
 #endif
 
 /// The tree; its end comes before that of what it fills.

@@ -59,8 +59,8 @@ TEST(Socket, ConnectsAndKnowsBothEnds) {
 
 TEST(Socket, FailuresCarryTheirCause) {
   ServerSocket server;
-  server.open("127.0.0.1", 0);
-  const auto port = server.getLocalAddress().getServicePort();
+  const auto port = test::freePort();
+  server.open("127.0.0.1", port);
   EXPECT_EQ(EADDRINUSE, codeOf([&] { ServerSocket().open("127.0.0.1", port); }));
   EXPECT_EQ(EADDRNOTAVAIL, codeOf([&] { ServerSocket().open("no such host", 0); }));
   server.close();

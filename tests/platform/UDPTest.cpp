@@ -48,9 +48,7 @@ TEST(UDP, DatagramsOfEverySize) {
 
 TEST(UDP, AClosedPeerIsNoFailure) {
   UDP sender, receiver;
-  receiver.open("127.0.0.1", 0);
-  const auto port = receiver.getLocalAddress().getServicePort();
-  receiver.close();
+  const auto port = test::freePort<UDP>();
   sender.open("127.0.0.1", 0, "127.0.0.1", port);
   for (int i = 0; i < 3; ++i)
     EXPECT_TRUE(send(sender, "into the void"));

@@ -123,6 +123,11 @@ TEST(XMLReader, EntitiesAndLimits) {
   };
   EXPECT_EQ("no failure", failure(nested(XMLReader::maxDepth)));
   EXPECT_NE(std::string::npos, failure(nested(XMLReader::maxDepth + 1)).find("deep"));
+  std::string attributes;
+  for (std::size_t i = 0; i < XMLReader::maxAttributes; ++i)
+    attributes += " a" + std::to_string(i) + "=''";
+  EXPECT_EQ("no failure", failure("<a" + attributes + "/>"));
+  EXPECT_NE(std::string::npos, failure("<a" + attributes + " a=''/>").find("attributes"));
   EXPECT_NE(std::string::npos, failure("<a>" + std::string(XMLReader::maxDocument, ' ') + "</a>").find("longer"));
 }
 

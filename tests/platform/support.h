@@ -17,6 +17,7 @@
 #include <unistd.h>
 #include <utility>
 #include <vantiflux/platform/pelorn/Descriptor.h>
+#include <vantiflux/platform/pelorn/Exception.h>
 #include <vantiflux/platform/pelorn/ServerSocket.h>
 #include <vantiflux/platform/pelorn/Socket.h>
 
@@ -146,5 +147,20 @@ public:
 private:
   std::filesystem::path path_;
 };
+
+/// A port of this host that nothing uses. It is none of those that the system chooses, and test programs that run side
+/// by side look in different places: nobody else takes it before the test does.
+template <class Socket = Pelorn::ServerSocket>
+std::uint16_t freePort() {
+  static int next = getpid() * 16;
+  for (;;) {
+    const auto port = static_cast<std::uint16_t>(10000 + next++ % 20000);
+    try {
+      Socket().open("127.0.0.1", port);
+      return port;
+    } catch (const Pelorn::Exception&) { // taken
+    }
+  }
+}
 
 } // namespace test

@@ -26,7 +26,7 @@ void keepAsking(std::uint16_t port) {
 
 int main(int argc, char** argv) {
   const std::string way = argc > 1 ? argv[1] : "";
-  auto* const site = new test::Site; // its end is not to empty the tree
+  static auto* const site = new test::Site; // its end is not to empty the tree
   Root::the().addNamespace("Clock", std::make_unique<ClockNode>());
   const std::uint16_t port = site->port();
   test::Client client(port);

@@ -236,6 +236,18 @@ TEST(WebServer, EndsABodyThatDoesNot) {
   }
 }
 
+TEST(WebServer, BoundsLinesBetweenThePiecesOfABody) {
+  const Server server;
+  for (const std::string piece : {"5;e=", "0\r\nTrailer: "}) {
+    Client client(server.port());
+    client.send("POST /echo HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n" + piece);
+    const std::string more(10000, 'x');
+    while (client.send(more)) {
+    }
+    expectServing(server);
+  }
+}
+
 TEST(WebServer, KeepsConnectionsAsTheClientWants) {
   const Server server;
   const auto first = [&](const std::string& version, const std::string& headers) {
@@ -331,6 +343,9 @@ TEST(WebServer, SpendsNoThreadOnAThousandConnections) {
 }
 
 TEST(WebServer, MakesRoomWhenDescriptorsRunOut) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizer looks at memory by means of descriptors";
+#endif
   const Server server;
   const DescriptorLimit limit;
   std::vector<Client> clients(12); // all have their own descriptors now

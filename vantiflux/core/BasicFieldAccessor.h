@@ -1,5 +1,6 @@
 #pragma once
 
+#include <locale>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -12,6 +13,7 @@ namespace Vantiflux {
 class Node;
 
 /// Reaches one field of a node class as text.
+/// Texts do not depend on the locale of the host.
 /// *Threads.* As the setter and the getter behind it.
 class VANTIFLUX_API BasicFieldAccessor {
 public:
@@ -21,7 +23,8 @@ public:
   /// of another class.
   virtual void set(Node& node, const std::string& text) const = 0;
   virtual std::string get(const Node& node) const = 0;
-  /// Whether the node holds the value that the text stands for. Throws as `set`.
+  /// Whether the node holds the value that the text stands for, or one that is written in the same way. Throws as
+  /// `set`.
   virtual bool sameValue(const Node& node, const std::string& text) const = 0;
   virtual std::unique_ptr<BasicFieldAccessor> clone() const = 0;
 
@@ -29,6 +32,7 @@ public:
   template <class T>
   static void string2Value(const std::string& text, T& value) {
     std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
     T parsed{};
     char trailing = 0;
     if (!(stream >> parsed) || stream.get(trailing))
@@ -43,6 +47,7 @@ public:
   template <class T>
   static std::string value2String(const T& value) {
     std::ostringstream stream;
+    stream.imbue(std::locale::classic());
     stream << value;
     return stream.str();
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <memory>
@@ -16,10 +17,15 @@ template <class Peer>
 class DeliveryList {
 public:
   template <class Visit>
-  void walk(Visit&& visit) const {
+  void walk(Visit&& visit) {
     const Block* const block = current_.load(std::memory_order_acquire);
     if (block == nullptr)
       return;
+    struct Walking {
+      ~Walking() { place = nullptr; }
+      const Block*& place;
+    } const walking{walked_};
+    walked_ = block;
     const std::size_t size = block->size.load(std::memory_order_acquire);
     for (std::size_t i = 0; i < size; ++i)
       if (Peer* const peer = block->peers[i].load(std::memory_order_acquire))
@@ -76,20 +82,27 @@ private:
     const std::unique_ptr<std::atomic<Peer*>[]> peers;
   };
 
+  // Without the gaps, and without what else was outgrown: a listener may part and join slots at each value, for ever.
   Block* grow(const Block* old) {
     const std::size_t size = old == nullptr ? 0 : old->size.load(std::memory_order_relaxed);
-    auto block = std::make_unique<Block>(size == 0 ? 1 : 2 * size);
+    auto block = std::make_unique<Block>(2 * (size - std::min(size, holes_)) + 1);
+    std::size_t kept = 0;
     for (std::size_t i = 0; i < size; ++i)
-      block->peers[i].store(old->peers[i].load(std::memory_order_relaxed), std::memory_order_relaxed);
-    block->size.store(size, std::memory_order_relaxed);
+      if (Peer* const peer = old->peers[i].load(std::memory_order_relaxed))
+        block->peers[kept++].store(peer, std::memory_order_relaxed);
+    block->size.store(kept, std::memory_order_relaxed);
     blocks_.push_back(std::move(block));
-    current_.store(blocks_.back().get(), std::memory_order_release);
-    return blocks_.back().get();
+    Block* const current = blocks_.back().get();
+    current_.store(current, std::memory_order_release);
+    holes_ = 0;
+    std::erase_if(blocks_, [&](const auto& b) { return b.get() != current && b.get() != walked_; });
+    return current;
   }
 
   std::atomic<Block*> current_{nullptr};
   std::vector<std::unique_ptr<Block>> blocks_; ///< the current one and those that it has outgrown
-  std::size_t holes_ = 0;
+  const Block* walked_ = nullptr;              ///< where a walk is under way; guarded by the data mutex
+  std::size_t holes_ = 0;                      ///< in the current one
 };
 
 } // namespace Vantiflux

@@ -31,7 +31,8 @@ public:
   bool sameValue(const Node& node, const std::string& text) const override {
     T value{};
     string2Value(text, value);
-    return (dynamic_cast<const N&>(node).*getter_)() == value;
+    const T current = (dynamic_cast<const N&>(node).*getter_)();
+    return current == value || value2String(current) == value2String(value);
   }
 
   std::unique_ptr<BasicFieldAccessor> clone() const override { return std::make_unique<FieldAccessor>(*this); }

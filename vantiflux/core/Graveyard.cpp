@@ -1,8 +1,10 @@
 #include <vantiflux/core/Graveyard.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <malloc.h>
 #include <mutex>
 #include <new>
 #include <vector>
@@ -21,15 +23,21 @@ struct Graveyard::Yard {
   static void forgetSlots(Namespace& corpse);
 };
 
-// Slots that are no members of the corpse may be gone before it: their owner sees them as removed. A namespace that is
-// no node has no slots of its own; of those of a node, only one that is on a stack now is looked at again.
+// Slots that do not belong to the corpse may be gone before it: their owner sees them as removed. A namespace that is
+// no node has none of its own; those of a node are members, or were attached.
 void Graveyard::Yard::forgetSlots(Namespace& corpse) {
   const TreeLock lock;
-  const bool isNode = dynamic_cast<Node*>(&corpse) != nullptr;
-  const auto forget = [isNode](auto& table) {
+  const auto* const node = dynamic_cast<Node*>(&corpse);
+  const auto begin = reinterpret_cast<std::uintptr_t>(dynamic_cast<void*>(&corpse));
+  const auto end = begin + ::malloc_usable_size(dynamic_cast<void*>(&corpse));
+  const auto isOwn = [&](const Slot* slot) {
+    const auto place = reinterpret_cast<std::uintptr_t>(slot);
+    return node != nullptr && ((begin <= place && place < end) || node->hasAttached(*slot));
+  };
+  const auto forget = [&](auto& table) {
     for (auto at = table.entries().begin(); at != table.entries().end();) {
       const auto& entry = *at++;
-      if (!isNode || !entry.slot->isInUse())
+      if (!isOwn(entry.slot) || !entry.slot->isInUse())
         table.erase(&entry);
     }
   };

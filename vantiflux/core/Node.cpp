@@ -1,5 +1,7 @@
 #include <vantiflux/core/Node.h>
 
+#include <algorithm>
+
 #include <vantiflux/core/Root.h>
 
 namespace Vantiflux {
@@ -157,14 +159,20 @@ void Node::shutdown() {
   Namespace::shutdown();
 }
 
+bool Node::hasAttached(const Slot& slot) const {
+  return std::find(attached_.begin(), attached_.end(), &slot) != attached_.end();
+}
+
 void Node::attachSlot(const std::string& label, BasicOutSlot& slot) {
   slot.addListener(*this);
   addOutSlot(label, &slot);
+  attached_.push_back(&slot);
 }
 
 void Node::attachSlot(const std::string& label, BasicInSlot& slot) {
   slot.addListener(*this);
   addInSlot(label, &slot);
+  attached_.push_back(&slot);
 }
 
 void Node::publishSlots() {

@@ -90,13 +90,17 @@ protected:
   void publishSlots();
 
 private:
+  friend class Graveyard;
+
   static constexpr std::uint32_t logCapacity = 20;
 
   void slotStarted();
   void slotStopped();
   const Field* findField(const std::string& name) const;
+  bool hasAttached(const Slot& slot) const;
 
-  std::int32_t startedSlots_ = 0; ///< guarded by the lock of structure
+  std::vector<const Slot*> attached_; ///< to know them by; guarded by the lock of structure
+  std::int32_t startedSlots_ = 0;     ///< guarded by the lock of structure
 
   mutable std::mutex reportLock_; ///< innermost; guards the rest
   State state_ = Sleeping;

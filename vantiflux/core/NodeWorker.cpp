@@ -49,9 +49,9 @@ bool NodeWorker::stop(const std::function<void()>& interrupt) {
   leaving_ = true;
   interrupt();
   ++joiners_;
-  const bool ended = thread_.join();
+  thread_.join();
   --joiners_;
-  if (ended && !active_ && joiners_ == 0)
+  if (!active_ && joiners_ == 0) // also when the wait was given up: the run may have been past the point where it looks
     if (const auto prepare = std::exchange(next_, nullptr))
       begin(prepare);
   return !active_;

@@ -31,9 +31,10 @@ public:
     return *the_;
   }
 
-  void readLock() TARSIL_ACQUIRE(mutex());
-  void writeLock() TARSIL_ACQUIRE(mutex());
-  void unlock() TARSIL_RELEASE(mutex());
+  // Of the class, not the object: who waits for the lock may get it when the root has gone with the process.
+  static void readLock() TARSIL_ACQUIRE(mutex());
+  static void writeLock() TARSIL_ACQUIRE(mutex());
+  static void unlock() TARSIL_RELEASE(mutex());
 
   /// The namespace behind a path of labels with "/" between them; this one for the empty path. Throws
   /// InvalidNamespaceException for a part that is missing or empty. The caller holds the root lock.
@@ -45,8 +46,11 @@ public:
   /// Held by who looks.
   class TARSIL_SCOPED_CAPABILITY ReadLock {
   public:
-    ReadLock() TARSIL_ACQUIRE(mutex()) { the().readLock(); }
-    ~ReadLock() TARSIL_RELEASE() { the().unlock(); }
+    ReadLock() TARSIL_ACQUIRE(mutex()) {
+      the();
+      readLock();
+    }
+    ~ReadLock() TARSIL_RELEASE() { unlock(); }
     ReadLock(const ReadLock&) = delete;
     ReadLock& operator=(const ReadLock&) = delete;
   };
@@ -54,8 +58,11 @@ public:
   /// Held by who changes.
   class TARSIL_SCOPED_CAPABILITY WriteLock {
   public:
-    WriteLock() TARSIL_ACQUIRE(mutex()) { the().writeLock(); }
-    ~WriteLock() TARSIL_RELEASE() { the().unlock(); }
+    WriteLock() TARSIL_ACQUIRE(mutex()) {
+      the();
+      writeLock();
+    }
+    ~WriteLock() TARSIL_RELEASE() { unlock(); }
     WriteLock(const WriteLock&) = delete;
     WriteLock& operator=(const WriteLock&) = delete;
   };

@@ -112,7 +112,7 @@ bool FastrakPort::switchTo(int baudRate) {
 void FastrakPort::close() {
   if (detectedRate_ != 0 && port_.isOpen()) {
     const bool hurry = stopped();
-    stream_.buf().sendFinal("c" + portSettings(settings_, detectedRate_), hurry ? shortSettling : replyTime);
+    stream_.buf().sendFinal("c" + portSettings(settings_, detectedRate_), shortSettling);
     if (hurry || !sleep_(settlingTime))
       Tarsil::Thread::sleep(shortSettling);
   }

@@ -44,7 +44,8 @@ public:
   Opened open(const Settings& settings);
   const std::string& trouble() const noexcept { return trouble_; }
 
-  /// Makes the tracker silent, puts its speed back and closes the port.
+  /// Makes the tracker silent, puts its speed back and closes the port. Takes a quarter of a second, somewhat less when
+  /// told to stop, and up to half a second more when the line takes nothing.
   void close();
 
   /// The name that the tracker told.

@@ -11,9 +11,8 @@ LineReader::Result LineReader::read(std::string_view& line, int milliseconds) {
       const int byte = stream_.sbumpc();
       if (byte == Pelorn::StreamBuf::traits_type::eof())
         return Result::End;
-      if (append(static_cast<char>(byte))) {
-        line = std::string_view(line_.data(), length_);
-        length_ = 0;
+      if (cutter_.add(static_cast<char>(byte))) {
+        line = cutter_.line();
         return Result::Line;
       }
     }
@@ -26,27 +25,11 @@ LineReader::Result LineReader::read(std::string_view& line, int milliseconds) {
   }
 }
 
-/// Whether this ends a line.
-bool LineReader::append(char c) noexcept {
-  if (c == '\n') {
-    const bool complete = !tooLong_;
-    tooLong_ = false;
-    if (!complete)
-      length_ = 0;
-    return complete;
-  }
-  if (length_ == maxLength)
-    tooLong_ = true;
-  else
-    line_[length_++] = c;
-  return false;
-}
-
 // A device may go on sending for as long as it likes: one look, of bounded length.
 void LineReader::discard() {
-  length_ = 0;
-  tooLong_ = false;
-  for (std::streamsize left = stream_.in_avail(); left > 0; --left)
+  cutter_.reset();
+  int left = 0;
+  for (stream_.dataAvail(left); left > 0; --left)
     if (stream_.sbumpc() == Pelorn::StreamBuf::traits_type::eof())
       return;
 }

@@ -1,22 +1,18 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <string_view>
 
 #include <vantiflux/Export.h>
+#include <vantiflux/devices/LineCutter.h>
 #include <vantiflux/platform/pelorn/StreamBuf.h>
 
 namespace Vantiflux {
 
-/// Takes lines from a device that sends short ones. A line that is longer than `maxLength` is passed over, so a device
-/// that never ends its line costs no memory.
+/// Takes lines from a device that sends short ones: at most LineCutter::maxLength bytes.
 ///
 /// *Threads.* That of the stream's reader.
 class VANTIFLUX_API LineReader {
 public:
-  static constexpr std::size_t maxLength = 81;
-
   enum class Result { Line, Timeout, End };
 
   explicit LineReader(Pelorn::StreamBuf& stream) noexcept : stream_(stream) {}
@@ -29,12 +25,8 @@ public:
   void discard();
 
 private:
-  bool append(char c) noexcept;
-
   Pelorn::StreamBuf& stream_;
-  std::array<char, maxLength> line_{};
-  std::size_t length_ = 0;
-  bool tooLong_ = false;
+  LineCutter cutter_;
 };
 
 } // namespace Vantiflux

@@ -53,12 +53,13 @@ TCPServerNode::~TCPServerNode() {
 // Here the lock of structure is held, so only an address that nobody has to be asked for is opened at once.
 bool TCPServerNode::prepare() {
   listener_.resetWait();
-  return Pelorn::InetAddress::needsLookUp(getAddress()) || openListener();
+  const std::string address = getAddress();
+  return Pelorn::InetAddress::needsLookUp(address) || openListener(address);
 }
 
-bool TCPServerNode::openListener() {
+bool TCPServerNode::openListener(const std::string& address) {
   try {
-    listener_.open(getAddress(), getPort());
+    listener_.open(address, getPort());
   } catch (const Pelorn::Exception& e) {
     if (!listener_.broken()) // told to end while it was looking up a name
       setState(Error, std::string("Cannot open server - ") + e.what());
@@ -81,7 +82,7 @@ void TCPServerNode::thread() {
     Pelorn::ServerSocket& listener;
   } const closing{listener_};
   try {
-    if (listener_.isOpen() || openListener())
+    if (listener_.isOpen() || openListener(getAddress()))
       serveClients();
   } catch (const Pelorn::Exception& e) {
     setState(Error, e.what());

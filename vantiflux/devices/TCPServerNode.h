@@ -38,7 +38,7 @@ protected:
   void thread() override;
 
 private:
-  bool openListener();
+  bool openListener(const std::string& address);
   void serveClients();
   void serve(std::unique_ptr<Pelorn::Socket> client);
 

@@ -123,6 +123,7 @@ bool ViconNode::connect() {
       addLog(e.what());
     return false;
   }
+  stream_.discard(); // what an earlier connection left
   return socket_.setTcpNoDelay(true);
 }
 

@@ -1,6 +1,7 @@
 #include <vantiflux/filters/LinearSystem.h>
 
 #include <cmath>
+#include <limits>
 #include <mutex>
 
 #include <newmat/newmat.h>
@@ -26,8 +27,8 @@ std::vector<double> solve(NEWMAT::CroutMatrix& decomposed, const std::vector<dou
   const NEWMAT::ColumnVector x = decomposed.i() * b;
   std::vector<double> result(x.Store(), x.Store() + x.Storage());
   for (const double value : result)
-    if (!std::isfinite(value))
-      throw Exception("The system of equations has no solution in finite numbers");
+    if (!(std::abs(value) <= std::numeric_limits<float>::max()))
+      throw Exception("The system of equations has no solution in numbers of single precision");
   return result;
 }
 

@@ -92,6 +92,8 @@ void StateKeeperXMLHandler::checkDepth() const {
 }
 
 void StateKeeperXMLHandler::open(const std::string& label, std::unique_ptr<Namespace> child) {
+  if (++opened_ > maxNamespaces)
+    throw ParseException("The document holds more than " + std::to_string(maxNamespaces) + " namespaces and nodes");
   child->setBaseURL(baseURL_);
   stack_.push_back({label, std::move(child)});
 }

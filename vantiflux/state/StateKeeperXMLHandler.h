@@ -24,8 +24,8 @@ namespace Vantiflux {
 ///
 /// *Failure.* What is wrong with the document as a whole leads to the state Error, which is final: the parse goes on
 /// and changes nothing more. Exceptions of nodes, fields and types leave unchanged, and namespaces nested more than
-/// maxDepth deep are a ParseException. Children whose end tag was seen stay in the target; open ones go with the
-/// handler.
+/// maxDepth deep, or more than maxNamespaces, are a ParseException. Children whose end tag was seen stay in the target;
+/// open ones go with the handler.
 class VANTIFLUX_API StateKeeperXMLHandler : public XMLWrap::ContentHandler {
 public:
   enum State {
@@ -43,6 +43,8 @@ public:
   /// How many levels of namespaces may stand below the top of the target's tree. The tree is enabled, saved and
   /// destroyed level by level, which must fit the stack of any thread.
   static constexpr std::size_t maxDepth = 900;
+  /// How many namespaces and nodes a document may hold: each takes many times the memory of its element.
+  static constexpr std::size_t maxNamespaces = 500'000;
 
   /// The target must outlive the handler. `baseURL` is where the document comes from, and becomes the base URL of all
   /// that is made from it.
@@ -72,6 +74,7 @@ private:
 
   const Pelorn::URL baseURL_;
   std::deque<LabeledNamespace> stack_; ///< the elements open now, the innermost last
+  std::size_t opened_ = 0;             ///< how many were opened in all
   Namespace& root_;
   State state_ = Start;
   std::uint32_t ignoreDepth_ = 0; ///< how deep the parser is in a subtree that is skipped

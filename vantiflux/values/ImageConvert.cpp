@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iostream>
-#include <sstream>
+#include <string>
 #include <utility>
 
+#include <vantiflux/platform/tarsil/Console.h>
 #include <vantiflux/values/image/PixelLoops.h>
 
 namespace Vantiflux {
@@ -84,10 +84,8 @@ void run(const Planes& planes, const Image& in, Image& result, Image::Format for
 }
 
 void reportMissing(Image::Format source, Image::Format target) {
-  std::ostringstream text;
-  text << "convert \"" << Image::format2String(source) << "\" to \"" << Image::format2String(target)
-       << "\" not implemented\n";
-  std::cerr << text.str() << std::flush; // in one piece: several threads may convert
+  Tarsil::printErrorLine(std::string("convert \"") + Image::format2String(source) + "\" to \"" +
+                         Image::format2String(target) + "\" not implemented");
 }
 
 } // namespace

@@ -41,7 +41,7 @@ void WebNode::createHeader(const std::string& title, const std::string& space, P
 void WebNode::createNamespaceBar(const std::string& space, PageType pageType, std::string& out) {
   out += "    <P><DIV CLASS=\"namespace\">\n    Current namespace: ";
   const TreeAccess access(*this, TreeAccess::Read);
-  const NamespacePath path(access.root(), space);
+  const NamespacePath path(Root::the(), space);
   if (space.empty())
     out += pageType == Here ? "[Root]" : "[<A HREF = \"/Namespace.html\">Root</A>]";
   else

@@ -10,25 +10,12 @@ namespace {
 using Html::escape;
 using LabelList = std::vector<std::string>;
 
-template <class Entry>
-void addLabels(const std::vector<Entry>& slots, LabelList& labels) {
-  for (const Entry& slot : slots)
+LabelList labelsOf(const Namespace& space, Slot::Direction direction) {
+  std::vector<LabeledSlot> slots;
+  space.getSlots("*", direction, slots);
+  LabelList labels;
+  for (const LabeledSlot& slot : slots)
     labels.push_back(slot.label);
-}
-
-LabelList outLabels(const Namespace& space) {
-  std::vector<LabeledOutSlot> slots;
-  space.getOutSlots("*", slots);
-  LabelList labels;
-  addLabels(slots, labels);
-  return labels;
-}
-
-LabelList inLabels(const Namespace& space) {
-  std::vector<LabeledInSlot> slots;
-  space.getInSlots("*", slots);
-  LabelList labels;
-  addLabels(slots, labels);
   return labels;
 }
 
@@ -72,8 +59,8 @@ int WebNode::createRoutePage(const Request& request, Reply& reply) {
     }
     if (routes.empty())
       out += "        <tr class=\"odd\"><td colspan=\"4\">No Routes defined.</td></tr>\n";
-    outSlots = outLabels(target);
-    inSlots = inLabels(target);
+    outSlots = labelsOf(target, Slot::Out);
+    inSlots = labelsOf(target, Slot::In);
   }
   out += "      </TABLE>\n    </P>\n    <HR>\n    <H2>Create new route</H2>\n" + Html::menuScript({"from", "to"}) +
          "    <FORM ACTION=AddRoute.html NAME=form>\n      <P>\n" +
@@ -117,8 +104,8 @@ int WebNode::createExternalRoutePage(const Request& request, Reply& reply) {
     }
     if (routes.empty())
       out += "        <TR CLASS=odd><TD COLSPAN=4>No Routes defined.</TD></TR>\n";
-    slots = inLabels(target);
-    const LabelList more = outLabels(target);
+    slots = labelsOf(target, Slot::In);
+    const LabelList more = labelsOf(target, Slot::Out);
     slots.insert(slots.end(), more.begin(), more.end());
   }
   out += "      </TABLE>\n    </P>\n    <HR>\n    <H2>Create new route</H2>\n" + Html::menuScript({"internal"}) +

@@ -21,46 +21,42 @@ std::string introduction(const std::string& title, const std::string& space, con
                "      <TR><TH>Nr</TH><TH>Label</TH><TH>Type</TH><TH>Description</TH></TR>\n";
 }
 
-// Names of types are HTML as they are.
-template <class Entry>
-void addRows(const std::vector<Entry>& slots, const char* none, std::string& out) {
-  std::size_t number = 0;
-  for (const Entry& entry : slots) {
-    const std::string& description = entry.slot->getDescription();
-    ++number;
-    out += std::string("      <TR CLASS=") + Html::rowClass(number) + "><TD ALIGN=RIGHT>" + std::to_string(number) +
-           "</TD><TD>" + escape(entry.label) + "</TD><TD>" + entry.slot->getTypeName() + "</TD><TD>" +
-           (description.empty() ? "[NA]" : escape(description)) + "</TD></TR>\n";
-  }
-  if (slots.empty())
-    out += std::string("      <TR CLASS=odd><TD COLSPAN=4>No ") + none + " defined.</TD></TR>\n";
-  out += "    </TABLE>\n    </P>\n  </BODY>\n</HTML>\n";
-}
-
 } // namespace
 
-int WebNode::createOutSlotPage(const Request& request, Reply& reply) {
+// Names of types are HTML as they are.
+int WebNode::createSlotPage(Slot::Direction direction, const Request& request, Reply& reply) {
+  const std::string title = direction == Slot::Out ? "OutSlots" : "InSlots";
   const std::string space = parameter(request, "namespace");
   const std::string filter = request.query.getParam("filter", "*");
-  createHeader("OutSlots", space, Below, reply.body);
-  reply.body += introduction("OutSlots", space, filter);
-  const TreeAccess access(*this, TreeAccess::Read);
-  std::vector<LabeledOutSlot> slots;
-  access.find(space).getOutSlots(filter, slots);
-  addRows(slots, "outslots", reply.body);
+  std::string& out = reply.body;
+  createHeader(title, space, Below, out);
+  out += introduction(title, space, filter);
+  {
+    const TreeAccess access(*this, TreeAccess::Read);
+    std::vector<LabeledSlot> slots;
+    access.find(space).getSlots(filter, direction, slots);
+    std::size_t number = 0;
+    for (const LabeledSlot& entry : slots) {
+      const std::string& description = entry.slot->getDescription();
+      ++number;
+      out += std::string("      <TR CLASS=") + Html::rowClass(number) + "><TD ALIGN=RIGHT>" + std::to_string(number) +
+             "</TD><TD>" + escape(entry.label) + "</TD><TD>" + entry.slot->getTypeName() + "</TD><TD>" +
+             (description.empty() ? "[NA]" : escape(description)) + "</TD></TR>\n";
+    }
+    if (slots.empty())
+      out += std::string("      <TR CLASS=odd><TD COLSPAN=4>No ") + (direction == Slot::Out ? "outslots" : "inslots") +
+             " defined.</TD></TR>\n";
+  }
+  out += "    </TABLE>\n    </P>\n  </BODY>\n</HTML>\n";
   return sendPage(reply);
+}
+
+int WebNode::createOutSlotPage(const Request& request, Reply& reply) {
+  return createSlotPage(Slot::Out, request, reply);
 }
 
 int WebNode::createInSlotPage(const Request& request, Reply& reply) {
-  const std::string space = parameter(request, "namespace");
-  const std::string filter = request.query.getParam("filter", "*");
-  createHeader("InSlots", space, Below, reply.body);
-  reply.body += introduction("InSlots", space, filter);
-  const TreeAccess access(*this, TreeAccess::Read);
-  std::vector<LabeledInSlot> slots;
-  access.find(space).getInSlots(filter, slots);
-  addRows(slots, "inslots", reply.body);
-  return sendPage(reply);
+  return createSlotPage(Slot::In, request, reply);
 }
 
 } // namespace Vantiflux

@@ -51,7 +51,7 @@ const NodeType* WebNode::type() const {
 }
 
 WebNode::WebNode()
-    : root_(Root::the()), server_(std::make_unique<REST::RESTInterceptor>()), gate_(std::make_shared<Gate>()),
+    : server_(std::make_unique<REST::RESTInterceptor>()), gate_(std::make_shared<Gate>()),
       opener_(*this, [this] { openByName(); }) {
   server_->setName("Vantiflux");
   server_->setKeeper([gate = gate_] { return gate->enter(); });

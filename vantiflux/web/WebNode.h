@@ -37,8 +37,6 @@ namespace Vantiflux {
 /// and its connection ends.
 ///
 /// *Failure.* A server that cannot be opened sets the state Error, with the reason in the log.
-class Root;
-
 class VANTIFLUX_API WebNode : public Node, public NodeDescription<WebNode> {
 public:
   WebNode();
@@ -109,13 +107,13 @@ private:
   int createExternalRoutePage(const Request& request, Reply& reply);
   int createAddExternalRoutePage(const Request& request, Reply& reply);
   int createRemoveExternalRoutePage(const Request& request, Reply& reply);
+  int createSlotPage(Slot::Direction direction, const Request& request, Reply& reply);
   int createOutSlotPage(const Request& request, Reply& reply);
   int createInSlotPage(const Request& request, Reply& reply);
   int createCodecPage(const Request& request, Reply& reply);
   int createLoadPage(const Request& request, Reply& reply);
   int createSavePage(const Request& request, Reply& reply);
 
-  Root& root_; ///< it may be at its end, and not be found any more, while a request still waits for its lock
   const std::unique_ptr<Pelorn::ThreadedWebServer> server_;
   Setting<std::string> address_;
   Setting<unsigned short> port_;

@@ -51,21 +51,21 @@ void WebNode::Gate::endWork(const std::shared_ptr<Tarsil::ThreadRun>& work) {
   Tarsil::WaitGraph::the().finish(*work);
 }
 
-// By reference: with the node disabled, Root::the() may be at its end.
-WebNode::TreeAccess::TreeAccess(WebNode& node, Purpose purpose) : root_(node.root_), gate_(node.gate_) {
+// Whoever has waited for the lock may get it when the root is gone with the process; the gate is closed then.
+WebNode::TreeAccess::TreeAccess(WebNode& node, Purpose purpose) : gate_(node.gate_) {
   if (purpose == Read)
-    root_.readLock();
+    Root::readLock();
   else
-    root_.writeLock();
+    Root::writeLock();
   try {
     work_ = gate_->beginWork();
   } catch (...) {
-    root_.unlock();
+    Root::unlock();
     throw;
   }
   if (work_ != nullptr)
     return;
-  root_.unlock();
+  Root::unlock();
   throw Exception("The web interface has been closed");
 }
 
@@ -75,12 +75,12 @@ WebNode::TreeAccess::~TreeAccess() {
 
 // The work ends last: it is what keeps the root until then.
 void WebNode::TreeAccess::unlock() {
-  root_.unlock();
+  Root::unlock();
   gate_->endWork(work_);
 }
 
 Namespace& WebNode::TreeAccess::find(const std::string& path) const {
-  return NamespacePath(root_, path).target();
+  return NamespacePath(Root::the(), path).target();
 }
 
 } // namespace Vantiflux

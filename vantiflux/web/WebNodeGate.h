@@ -43,14 +43,12 @@ public:
   TreeAccess(const TreeAccess&) = delete;
   TreeAccess& operator=(const TreeAccess&) = delete;
 
-  Root& root() const noexcept { return root_; }
   /// The namespace behind a path. Throws InvalidNamespaceException.
   Namespace& find(const std::string& path) const;
 
 private:
   void unlock() TARSIL_NO_ANALYSIS;
 
-  Root& root_;
   const std::shared_ptr<Gate> gate_;
   std::shared_ptr<Tarsil::ThreadRun> work_;
 };

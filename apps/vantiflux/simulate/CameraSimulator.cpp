@@ -59,15 +59,16 @@ void extend(const char* variable, const std::string& text) {
 
 void runWithCameras(const std::vector<std::string>& cameras, std::vector<std::string> command) {
   std::string text;
-  for (const std::string& camera : cameras) {
-    try {
+  try {
+    for (const std::string& camera : cameras) {
       if (camera.find(';') != std::string::npos)
         throw std::invalid_argument("a camera's settings hold no semicolon");
       Camera::parseCamera(camera);
-    } catch (const std::invalid_argument& error) {
-      throw Exception(error.what());
+      text += (&camera == &cameras.front() ? "" : ";") + camera;
     }
-    text += (&camera == &cameras.front() ? "" : ";") + camera;
+    Camera::parseCameras(text); // that there are not too many
+  } catch (const std::invalid_argument& error) {
+    throw Exception(error.what());
   }
   extend("LD_PRELOAD", preloadedLibrary());
 #ifdef __SANITIZE_ADDRESS__

@@ -71,6 +71,7 @@ private:
     for (;;) {
       const auto left = std::chrono::ceil<std::chrono::milliseconds>(time - Clock::now());
       const auto part = std::clamp(left, std::chrono::milliseconds(0), sampling);
+      const int speed = line_.speed();
       switch (stream_.waitForData(static_cast<int>(part.count()))) {
       case Pelorn::WaitResult::Error:
         return false;
@@ -78,9 +79,9 @@ private:
         answer();
         break;
       case Pelorn::WaitResult::Timeout:
+        speed_ = speed; // nothing was written until then
         break;
       }
-      speed_ = line_.speed();
       if (left <= part)
         return true;
     }

@@ -26,21 +26,21 @@ std::string_view view(boost::beast::string_view text) {
 } // namespace
 
 HTTPParser::HTTPParser(const WebLimits& limits) : limits_(limits) {
-  parser_.header_limit(static_cast<std::uint32_t>(limits.head));
+  parser_.header_limit(static_cast<std::uint32_t>(limits.head) + 1);
   parser_.body_limit(std::numeric_limits<std::uint64_t>::max()); // set when it is known what the request is for
 }
 
-// The parser's own limit is one for what it has not used yet.
+// The parser's own limit is one for what it has not used yet, so it never gets to see more than there may be.
 unsigned long HTTPParser::parse(std::string_view& input) {
   while (!input.empty() && !isDone()) {
     const bool inHead = !hasHead();
+    const std::string_view shown = inHead ? input.substr(0, limits_.head - headSize_) : input;
     boost::beast::error_code error;
-    const std::size_t used = parser_.put(boost::asio::const_buffer(input.data(), input.size()), error);
+    const std::size_t used = parser_.put(boost::asio::const_buffer(shown.data(), shown.size()), error);
     input.remove_prefix(used);
-    if (inHead && (headSize_ += used) + (hasHead() ? 0 : input.size()) > limits_.head)
-      return 431;
-    if (error == http::error::need_more)
-      return 0;
+    headSize_ += inHead ? used : 0;
+    if (error == http::error::need_more) // it takes lines whole, those between the pieces of a body too
+      return (inHead ? headSize_ : 0) + input.size() >= limits_.head ? 431 : 0;
     if (error)
       return statusOf(error);
     if (inHead)

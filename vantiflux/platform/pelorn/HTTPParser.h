@@ -9,6 +9,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/http/parser.hpp>
 
+#include <vantiflux/Export.h>
 #include <vantiflux/platform/pelorn/ProtocolHTTP.h>
 
 namespace Pelorn {
@@ -16,7 +17,7 @@ namespace Pelorn {
 struct WebLimits;
 
 /// Takes one request out of a stream of bytes that come in pieces of any size.
-class HTTPParser {
+class VANTIFLUX_API HTTPParser {
 public:
   explicit HTTPParser(const WebLimits& limits);
 

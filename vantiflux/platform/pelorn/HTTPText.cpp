@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 
 #include <boost/archive/iterators/base64_from_binary.hpp>
 #include <boost/archive/iterators/transform_width.hpp>
+
+#include <vantiflux/platform/xmlwrap/XMLText.h>
 
 namespace Pelorn::HTTPText {
 
@@ -13,13 +16,6 @@ namespace {
 
 char lowerLetter(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-int hexValue(char c) {
-  if (c >= '0' && c <= '9')
-    return c - '0';
-  const char letter = lowerLetter(c);
-  return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
 }
 
 bool isUnreserved(char c) {
@@ -72,11 +68,12 @@ bool decode(std::string_view text, bool plusIsBlank, std::string& decoded) {
       decoded += plusIsBlank && text[i] == '+' ? ' ' : text[i];
       continue;
     }
-    const int high = i + 2 < text.size() ? hexValue(text[i + 1]) : -1;
-    const int low = i + 2 < text.size() ? hexValue(text[i + 2]) : -1;
-    if (high < 0 || low < 0 || high + low == 0)
+    unsigned code = 0;
+    const std::string_view digits = text.substr(i + 1, 2);
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), code, 16);
+    if (error != std::errc() || end != digits.data() + 2 || code == 0)
       return false;
-    decoded += static_cast<char>(high * 16 + low);
+    decoded += static_cast<char>(code);
     i += 2;
   }
   return true;
@@ -103,31 +100,9 @@ std::string base64(std::string_view bytes) {
   return result;
 }
 
+// What XML needs will do for HTML.
 std::string escape(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  for (const char c : text) {
-    switch (c) {
-    case '&':
-      result += "&amp;";
-      break;
-    case '<':
-      result += "&lt;";
-      break;
-    case '>':
-      result += "&gt;";
-      break;
-    case '"':
-      result += "&quot;";
-      break;
-    case '\'':
-      result += "&#39;";
-      break;
-    default:
-      result += c;
-    }
-  }
-  return result;
+  return XMLWrap::escapeAttribute(text);
 }
 
 } // namespace Pelorn::HTTPText

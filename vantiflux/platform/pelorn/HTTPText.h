@@ -29,7 +29,7 @@ VANTIFLUX_API std::string date(std::time_t time);
 /// The bytes in Base64.
 VANTIFLUX_API std::string base64(std::string_view bytes);
 
-/// The text as the content of an HTML element or of an attribute in quotes of either kind.
+/// The text as the content of an HTML element, or of an attribute between double quotation marks.
 VANTIFLUX_API std::string escape(std::string_view text);
 
 } // namespace Pelorn::HTTPText

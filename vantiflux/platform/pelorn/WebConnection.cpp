@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <ctime>
 #include <exception>
 #include <utility>
 
@@ -11,7 +10,7 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 
-#include <vantiflux/platform/pelorn/HTTPText.h>
+#include <vantiflux/platform/pelorn/ReplyHead.h>
 #include <vantiflux/platform/pelorn/ThreadedWebServer.h>
 
 namespace Pelorn {
@@ -34,22 +33,6 @@ ssize_t sendNow(int descriptor, std::string_view first, std::string_view second)
   message.msg_iovlen = parts.size();
   const ssize_t sent = ::sendmsg(descriptor, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
   return sent < 0 && wouldBlock(errno) ? 0 : sent;
-}
-
-// Each thread makes the text once a second.
-const std::string& currentDate() {
-  static thread_local std::time_t last = 0;
-  static thread_local std::string text;
-  const std::time_t now = std::time(nullptr);
-  if (now != last || text.empty()) {
-    text = HTTPText::date(now);
-    last = now;
-  }
-  return text;
-}
-
-bool hasBody(unsigned long status) {
-  return status >= 200 && status != 204 && status != 304;
 }
 
 } // namespace
@@ -367,7 +350,7 @@ bool WebConnection::transmit(const Reply& reply, std::string* body) {
     return false;
   const std::string& whole = body != nullptr ? *body : reply.body;
   const std::string& content = request_.method == "HEAD" ? none : whole;
-  const std::string head = headOf(reply, whole.size(), bodyUnread_ || core_->isClosed());
+  const std::string head = replyHead(reply, whole.size(), core_->getProduct(), bodyUnread_ || core_->isClosed());
   const ssize_t sent = sendNow(descriptor_, head, content);
   if (sent < 0)
     return false;
@@ -382,34 +365,6 @@ bool WebConnection::transmit(const Reply& reply, std::string* body) {
     unsent_ = body != nullptr ? std::move(*body) : content;
   }
   return true;
-}
-
-std::string WebConnection::headOf(const Reply& reply, std::size_t length, bool close) const {
-  std::string head;
-  head.reserve(512);
-  head += reply.protocol + '/' + std::to_string(reply.majorVersion) + '.' + std::to_string(reply.minorVersion) + ' ' +
-          std::to_string(reply.status) + ' ';
-  head += reply.reason.empty() ? ProtocolHTTP::getStatusPhrase(reply.status) : reply.reason.c_str();
-  head += "\r\n";
-  const auto add = [&head](std::string_view name, std::string_view value) {
-    head.append(name).append(": ");
-    for (const char c : value) // a line end in a value would begin another header
-      head += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
-    head += "\r\n";
-  };
-  for (const Config::Param& header : reply.headers.getParams())
-    if (!close || !HTTPText::equal(header.first, "Connection"))
-      add(header.first, header.second);
-  if (close)
-    add("Connection", "close");
-  if (hasBody(reply.status) && !reply.headers.hasParam("Content-Length"))
-    add("Content-Length", std::to_string(length));
-  if (!reply.headers.hasParam("Date"))
-    add("Date", currentDate());
-  if (!reply.headers.hasParam("Server") && !core_->getProduct().empty())
-    add("Server", core_->getProduct());
-  head += "\r\n";
-  return head;
 }
 
 Descriptor WebConnection::detach(std::string& unread) {

@@ -68,7 +68,6 @@ private:
   Next refuse(unsigned long status);
   Next afterReply();
   bool transmit(const Reply& reply, std::string* body);
-  std::string headOf(const Reply& reply, std::size_t length, bool close) const;
   Next linger();
   void leave();
   Next end();

@@ -8,9 +8,8 @@ namespace Pelorn {
 /// What a web server bears with from its clients. Who exceeds a time gets a reply that says so, where one is due, and
 /// loses the connection.
 struct WebLimits {
-  std::size_t head = 32768;                 ///< bytes of request line and headers
-  std::size_t headers = 100;                ///< lines of headers
-  std::size_t body = std::size_t{66} << 20; ///< bytes of a body: a state file of 64 MiB with what a form adds to it
+  std::size_t head = 32768;  ///< bytes of request line and headers
+  std::size_t headers = 100; ///< lines of headers
 
   std::chrono::milliseconds idle{60000};     ///< between two requests, and before the first
   std::chrono::milliseconds headTime{10000}; ///< from the first byte of a head to its last

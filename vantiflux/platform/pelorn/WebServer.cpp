@@ -5,7 +5,6 @@
 #include <utility>
 
 #include <vantiflux/platform/pelorn/HTTPText.h>
-#include <vantiflux/platform/pelorn/WebLimits.h>
 
 namespace Pelorn {
 
@@ -92,7 +91,7 @@ unsigned long WebServer::check(const Request& request) const {
 
 std::size_t WebServer::getBodyLimit(const Request& request) const {
   const WebPage* const page = request.method == "POST" ? findPage(request.path) : nullptr;
-  return page != nullptr && page->getKind() == WebPage::Kind::TakesForm ? WebLimits().body : 0;
+  return page != nullptr && page->getKind() == WebPage::Kind::TakesForm ? maxForm : 0;
 }
 
 unsigned WebServer::handleRequest(WebClient& client, Request& request) {

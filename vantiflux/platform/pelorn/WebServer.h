@@ -32,6 +32,9 @@ namespace Pelorn {
 /// *Threads.* Pages and the name are set before the server is opened. All else from any thread, at any time.
 class VANTIFLUX_API WebServer {
 public:
+  /// Bytes of a form: a state file of 64 MiB with what the form adds to it.
+  static constexpr std::size_t maxForm = std::size_t{66} << 20;
+
   WebServer();
   virtual ~WebServer();
   WebServer(const WebServer&) = delete;

@@ -6,6 +6,7 @@
 #include <exception>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include <vantiflux/platform/tarsil/WaitGraph.h>
 
@@ -14,7 +15,8 @@ namespace Tarsil {
 /// What a thread and those who wait for it share; outlives the Thread object when a thread destroys its own.
 struct Thread::Run {
   ThreadRun seen;                   ///< as the wait graph sees it
-  std::atomic<bool> running{true};  ///< until main has returned; written by the thread
+  std::atomic<bool> running{true};  ///< until main has returned, or `endRun`; written by the thread
+  std::atomic<bool> gone{false};    ///< main has returned
   std::atomic<bool> claimed{false}; ///< set by the one who joins or detaches `thread`
   std::thread thread;
 };
@@ -22,18 +24,36 @@ struct Thread::Run {
 Thread::Thread() = default;
 
 Thread::~Thread() {
-  join();
-  if (run_ && !run_->claimed.exchange(true))
-    run_->thread.detach();
+  for (const auto& run : leaving_)
+    end(*run);
+  if (run_)
+    end(*run_);
+}
+
+/// Waits for a run, unless that cannot end before the caller goes on.
+void Thread::end(Run& run) {
+  const bool ended = WaitGraph::the().join(run.seen, thisThread());
+  if (run.claimed.exchange(true))
+    return;
+  if (ended)
+    run.thread.join();
+  else
+    run.thread.detach();
 }
 
 bool Thread::start() {
   const std::lock_guard guard(lock_);
   if (run_ && run_->running.load(std::memory_order_acquire))
     return true;
-  if (run_ && !run_->claimed.exchange(true))
-    run_->thread.detach(); // it is past main and needs nothing more
   try {
+    std::erase_if(leaving_, [](const auto& left) {
+      const bool gone = left->gone.load(std::memory_order_acquire);
+      if (gone && !left->claimed.exchange(true))
+        left->thread.join();
+      return gone;
+    });
+    if (run_)
+      leaving_.push_back(std::exchange(run_, nullptr));
     auto run = std::make_shared<Run>();
     run->thread = std::thread([this, run] { enter(this, run); });
     WaitGraph::the().begin(run->seen, run->thread.native_handle());
@@ -56,6 +76,7 @@ void Thread::enter(Thread* thread, const std::shared_ptr<Run>& run) {
     std::fputs("Exception of an unknown type in a thread\n", stderr);
   }
   run->running.store(false, std::memory_order_release);
+  run->gone.store(true, std::memory_order_release);
   WaitGraph::the().finish(run->seen); // from here on the Thread object may be gone
 }
 

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <mutex>
+#include <vector>
 
 #include <vantiflux/Export.h>
 
@@ -12,7 +13,7 @@ struct ThreadRun;
 /// A thread that runs `main` of a derived class, once for each `start`.
 ///
 /// *Threads.* `start`, `join` and `isRunning` from any thread, the thread itself included. A derived class joins in its
-/// own destructor, before its members go.
+/// own destructor, before its members go. The destructor waits for runs that are on their last steps (`endRun`).
 ///
 /// *Failure.* An exception that leaves `main` ends the run and is reported on standard error, never the process.
 class VANTIFLUX_API Thread {
@@ -40,15 +41,19 @@ public:
 protected:
   virtual void main() = 0;
 
-  /// For `main` on its last steps: from here on the run does not count as running, so that `start` makes a new one.
+  /// For `main` on its last steps: from here on the run does not count as running, so that `start` makes a new one. The
+  /// destructor waits for what `main` does after that, unless it runs in that very thread.
   void endRun();
 
 private:
   struct Run;
   static void enter(Thread* thread, const std::shared_ptr<Run>& run);
 
-  mutable std::mutex lock_;  ///< guards run_
-  std::shared_ptr<Run> run_; ///< the latest run, null before the first; shared with its thread
+  void end(Run& run);
+
+  mutable std::mutex lock_;                   ///< guards the rest
+  std::shared_ptr<Run> run_;                  ///< the latest run, null before the first; shared with its thread
+  std::vector<std::shared_ptr<Run>> leaving_; ///< earlier ones that may still be inside `main`, after `endRun`
 };
 
 } // namespace Tarsil

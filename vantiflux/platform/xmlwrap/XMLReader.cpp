@@ -107,10 +107,19 @@ private:
     }
   }
 
+  static std::size_t countOf(const XML_Char** attributes) {
+    std::size_t count = 0;
+    while (attributes[2 * count] != nullptr)
+      ++count;
+    return count;
+  }
+
   static void onStart(void* self, const XML_Char* element, const XML_Char** attributes) {
     guard(self, [&](Parse& parse) {
       if (++parse.depth_ > XMLReader::maxDepth)
         parse.fail("Elements are more than " + std::to_string(XMLReader::maxDepth) + " deep");
+      if (countOf(attributes) > XMLReader::maxAttributes)
+        parse.fail("An element has more than " + std::to_string(XMLReader::maxAttributes) + " attributes");
       const Name name(element);
       parse.handler_.startElement(name.uri, name.localName, name.qName, ParsedAttributes(attributes));
     });

@@ -17,6 +17,7 @@ class VANTIFLUX_API XMLReader {
 public:
   static constexpr std::size_t maxDocument = std::size_t{64} << 20;
   static constexpr std::size_t maxDepth = 1000;
+  static constexpr std::size_t maxAttributes = 1000; ///< of one element
 
   virtual ~XMLReader();
 
