@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <vantiflux/web/WebNode.h>
 #include <web/rest/Tree.h>
@@ -17,7 +18,12 @@ namespace {
 using namespace Vantiflux;
 using test::listOf;
 
-std::map<std::string, std::function<void()>> pushers;
+std::map<std::string, std::vector<std::function<void()>>> pushers;
+
+void push(const std::string& which) {
+  for (const auto& pushOne : pushers[which])
+    pushOne();
+}
 
 template <class T>
 class EchoNode : public test::SlotNode<T> {
@@ -31,15 +37,8 @@ EchoNode<T>* plant(const std::string& label, const T& first, const T& second) {
   auto owned = std::make_unique<EchoNode<T>>();
   EchoNode<T>* const node = owned.get();
   Root::the().addNamespace(label, std::move(owned));
-  pushers["first"] = [before = std::move(pushers["first"]), node, first] {
-    if (before)
-      before();
-    node->out.push(first);
-  };
-  pushers["second"] = [before = std::move(pushers["second"]), node, second] {
-    before();
-    node->out.push(second);
-  };
+  pushers["first"].emplace_back([node, first] { node->out.push(first); });
+  pushers["second"].emplace_back([node, second] { node->out.push(second); });
   return node;
 }
 
@@ -91,7 +90,7 @@ int main() {
   plant<Matrix4<float>>("matrix4f", {}, Matrix4<float>({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}));
   plant<Matrix4<double>>("matrix4d", {}, Matrix4<double>({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}));
   plant<SmartPtr<Image>>("image", picture(40), picture(200));
-  pushers["first"]();
+  push("first");
 
   std::cout << server->getActualPort() << std::endl;
   for (std::string line; std::getline(std::cin, line);) {
@@ -99,7 +98,7 @@ int main() {
       for (long i = 1, last = std::stol(line.substr(6)); i <= last; ++i)
         counter->out.push(i);
     else
-      pushers[line]();
+      push(line);
     std::cout << "done" << std::endl;
   }
 }

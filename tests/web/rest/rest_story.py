@@ -73,17 +73,19 @@ def equal(found, wanted, what):
 class Host:
     def __init__(self, program):
         self.process = subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        self.port = 0
-        while self.port == 0:
-            line = self.process.stdout.readline()
-            self.port = int(line) if line.strip().isdigit() else 0
+        self.port = int(self.read_until(str.isdigit))
         self.base = f"127.0.0.1:{self.port}/Vantiflux/element/"
 
     def do(self, order):
         self.process.stdin.write(order + "\n")
         self.process.stdin.flush()
-        while self.process.stdout.readline() != "done\n":
-            pass
+        self.read_until(lambda line: line == "done")
+
+    def read_until(self, condition):
+        for line in self.process.stdout:
+            if condition(line.rstrip("\n")):
+                return line
+        raise AssertionError("the host has ended")
 
     def curl(self, tail, *arguments):
         """Status and body of a reply."""

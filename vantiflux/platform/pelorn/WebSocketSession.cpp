@@ -154,10 +154,12 @@ void WebSocketSession::tellReady() {
     return;
   try {
     if (const auto listener = listener_.lock())
-      return listener->ready();
-  } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the end of the connection says it
+      listener->ready();
+    else
+      close();
+  } catch (const std::exception&) {
+    shut();
   }
-  shut();
 }
 
 void WebSocketSession::watch() {
