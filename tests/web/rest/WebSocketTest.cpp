@@ -223,6 +223,18 @@ TEST_F(WebSocket, DropsAClientThatTakesNothing) {
   });
 }
 
+TEST_F(WebSocket, ANodeThatGoesLeavesTheClientsOfAnother) {
+  Subscriber stays(port, path("number/Out/data.string"));
+  auto second = std::make_unique<Planted<LocalWebNode>>("second");
+  Subscriber goes((*second)->getActualPort(), path("number/Out/data.string"));
+  waitFor([] { return observers() == 2; });
+  second.reset();
+  waitFor([] { return observers() == 1; });
+  EXPECT_EQ(goes.receive(), "");
+  number->out.push(5);
+  EXPECT_EQ(stays.receive(), "5");
+}
+
 // A message that removes the web node ends the connection, the server, and nothing else.
 TEST_F(WebSocket, AMessageMayRemoveTheWebNode) {
   auto second = std::make_unique<LocalWebNode>();

@@ -4,6 +4,7 @@
 
 #include <vantiflux/web/rest/REST.h>
 #include <vantiflux/web/rest/TreeAccess.h>
+#include <vantiflux/web/rest/WebSocketObservers.h>
 
 namespace REST {
 
@@ -11,8 +12,9 @@ RESTInterceptor::RESTInterceptor() {
   static_cast<void>(TreeAccess::root()); // while it is sure to be there
 }
 
+// Those of this server alone: another may have taken its place in the tree while the last request was still answered.
 RESTInterceptor::~RESTInterceptor() {
-  cleanup();
+  WebSocketObservers::the().clear(this);
 }
 
 namespace {
@@ -34,6 +36,7 @@ unsigned RESTInterceptor::handleRequest(Pelorn::WebClient& client, Pelorn::Proto
     client.getProtocol().sendReply(std::move(reply));
     return 0;
   }
+  const WebSocketObservers::Serving serving(this);
   try {
     return REST::handleRequest(client, request);
   } catch (...) {

@@ -11,7 +11,7 @@ namespace REST {
 class VANTIFLUX_API RESTInterceptor final : public Pelorn::ThreadedWebServer {
 public:
   RESTInterceptor();
-  /// Ends all WebSockets of the process.
+  /// Ends the WebSockets that clients of this server have.
   ~RESTInterceptor() override;
 
   unsigned handleRequest(Pelorn::WebClient& client, Pelorn::ProtocolHTTP::Request& request) override;

@@ -8,6 +8,20 @@
 
 namespace REST {
 
+namespace {
+
+thread_local const void* served = nullptr;
+
+} // namespace
+
+WebSocketObservers::Serving::Serving(const void* server) noexcept {
+  served = server;
+}
+
+WebSocketObservers::Serving::~Serving() {
+  served = nullptr;
+}
+
 // Never destroyed: threads may look at it while the process ends. The exit handler comes before the one that destroys
 // the root, which was set up when the first node was made.
 WebSocketObservers& WebSocketObservers::the() {
@@ -28,7 +42,7 @@ void WebSocketObservers::add(std::unique_ptr<Pelorn::WebSocketBase> socket, boos
       return;
     observer = std::make_shared<WebSocketObserver>(std::move(socket), "ws" + std::to_string(++counter_),
                                                    std::move(attribute), extension, name);
-    observers_.push_back(observer);
+    observers_.push_back({observer, served});
     websockets_.push_back(observer.get());
   }
   observer->start();
@@ -44,22 +58,27 @@ void WebSocketObservers::release(WebSocketObserver& observer) {
   std::shared_ptr<WebSocketObserver> last;
   const std::lock_guard guard(lock_);
   std::erase(websockets_, &observer);
-  std::erase_if(observers_, [&](std::shared_ptr<WebSocketObserver>& kept) {
-    if (kept.get() != &observer)
+  std::erase_if(observers_, [&](Entry& entry) {
+    if (entry.observer.get() != &observer)
       return false;
-    last = std::move(kept); // destroyed when the lock is no longer held
+    last = std::move(entry.observer); // destroyed when the lock is no longer held
     return true;
   });
 }
 
-void WebSocketObservers::clear() {
-  std::vector<std::shared_ptr<WebSocketObserver>> observers;
+void WebSocketObservers::clear(const void* server) {
+  std::vector<std::shared_ptr<WebSocketObserver>> cleared;
   {
     const std::lock_guard guard(lock_);
-    observers.swap(observers_);
-    websockets_.clear();
+    std::erase_if(observers_, [&](Entry& entry) {
+      if (server != nullptr && entry.server != server)
+        return false;
+      std::erase(websockets_, entry.observer.get());
+      cleared.push_back(std::move(entry.observer));
+      return true;
+    });
   }
-  for (const auto& observer : observers)
+  for (const auto& observer : cleared)
     observer->stop();
 }
 
