@@ -24,6 +24,7 @@
 #include <boost/beast/websocket.hpp>
 #include <turbojpeg.h>
 
+#include <vantiflux/core/Node.h>
 #include <vantiflux/core/Root.h>
 #include <vantiflux/values/SlotTypes.h>
 #include <vantiflux/web/rest/Base64.h>

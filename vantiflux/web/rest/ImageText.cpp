@@ -75,17 +75,17 @@ void imageToString(std::ostream& stream, const Image* image) {
 }
 
 template <>
-void valueFromString(const std::string& text, Vantiflux::SmartPtr<Image>& image) {
+void valueFromString(const std::string& text, Vantiflux::SmartPtr<Image>& value) {
   std::size_t size = text.size() / 4 * 3 + 3;
   const auto file = std::make_unique_for_overwrite<unsigned char[]>(size);
   if (base64_dec(reinterpret_cast<const unsigned char*>(text.data()), text.size(), file.get(), &size) == 0)
     throw std::runtime_error("Error converting image");
   const PictureDecoder picture(file.get(), size);
-  if (!image)
-    image.acquire();
-  image->setParameters(picture.width(), picture.height(), Image::RGB24);
+  if (!value)
+    value.acquire();
+  value->setParameters(picture.width(), picture.height(), Image::RGB24);
   const std::size_t bytes = std::size_t{picture.width()} * picture.height() * 3;
-  std::copy_n(picture.pixels(), std::min(bytes, image->capacity()), image->data());
+  std::copy_n(picture.pixels(), std::min(bytes, value->capacity()), value->data());
 }
 
 } // namespace REST

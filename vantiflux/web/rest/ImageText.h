@@ -22,6 +22,6 @@ void valueFromString(const std::string& text, T& value);
 /// std::runtime_error "Error converting image" for all other texts, and for a picture that takes more than 256 MiB to
 /// decode.
 template <>
-VANTIFLUX_API void valueFromString(const std::string& text, Vantiflux::SmartPtr<Vantiflux::Image>& image);
+VANTIFLUX_API void valueFromString(const std::string& text, Vantiflux::SmartPtr<Vantiflux::Image>& value);
 
 } // namespace REST
