@@ -65,9 +65,9 @@ void runTree(const RunOptions& options) {
   const ClearAtEnd clear;
   if (options.file)
     loadTree(*options.file);
+  signals.arm();
   if (web)
     openWebInterface(*web);
-  signals.arm();
   std::optional<Watching> watching;
   if (!options.watched.empty())
     watching.emplace(options.watched, signals);

@@ -14,8 +14,8 @@ struct WebAddress {
 /// Reads "[ADDRESS:]PORT". Throws Vantiflux::Exception for anything else, and for a host that is not known.
 WebAddress parseWebAddress(const std::string& text);
 
-/// Makes a web node there, unless the tree has one, and tells where a browser finds it. Throws Vantiflux::Exception when
-/// it cannot be opened.
+/// Makes a web node there, unless the tree has one, and tells where a browser finds it. Throws Vantiflux::Exception
+/// when it cannot be opened.
 void openWebInterface(const WebAddress& address);
 
 } // namespace Host

@@ -204,33 +204,34 @@ WebConnection::Next WebConnection::takeInput() {
       if (!enter(State::Head))
         return end();
     }
-    const bool hadHead = parser_->hasHead();
-    if (const unsigned long status = parser_->parse(input_))
+    HTTPParser& parser = *parser_;
+    const bool hadHead = parser.hasHead();
+    if (const unsigned long status = parser.parse(input_))
       next = refuse(status);
-    else if (!parser_->hasHead())
+    else if (!parser.hasHead())
       next = Next::Read;
     else
-      next = hadHead ? takeBody() : takeHead();
+      next = hadHead ? takeBody(parser) : takeHead(parser);
     if (next != Next::GoOn)
       return next;
   }
 }
 
-WebConnection::Next WebConnection::takeHead() {
-  if (const unsigned long status = parser_->takeHead(request_))
+WebConnection::Next WebConnection::takeHead(HTTPParser& parser) {
+  if (const unsigned long status = parser.takeHead(request_))
     return refuse(status);
   std::size_t limit = 0;
-  if (!parser_->isDone()) {
+  if (!parser.isDone()) {
     const WebCore::Visit server(*core_);
     if (server && server->check(request_) == 0)
       limit = server->getBodyLimit(request_);
   }
   if (limit == 0) { // nobody wants the body
-    bodyUnread_ = !parser_->isDone();
+    bodyUnread_ = !parser.isDone();
     answer();
     return afterReply();
   }
-  if (!parser_->setBodyLimit(limit))
+  if (!parser.setBodyLimit(limit))
     return refuse(413);
   if (!enter(State::Body))
     return end();
@@ -239,13 +240,13 @@ WebConnection::Next WebConnection::takeHead() {
   return Next::GoOn;
 }
 
-WebConnection::Next WebConnection::takeBody() {
-  if (parser_->isDone()) {
-    request_.body = parser_->takeBody();
+WebConnection::Next WebConnection::takeBody(HTTPParser& parser) {
+  if (parser.isDone()) {
+    request_.body = parser.takeBody();
     answer();
     return afterReply();
   }
-  const auto more = std::chrono::seconds(parser_->bodySize() / 1024);
+  const auto more = std::chrono::seconds(parser.bodySize() / 1024);
   const std::lock_guard guard(lock_);
   if (!timedOut_)
     deadline_ = since_ + core_->getLimits().bodyTime + more;
@@ -362,7 +363,10 @@ bool WebConnection::transmit(const Reply& reply, std::string* body) {
     unsent_ = head.substr(taken) + content;
   } else {
     unsentAt_ = taken - head.size();
-    unsent_ = body != nullptr ? std::move(*body) : content;
+    if (body != nullptr)
+      unsent_ = std::move(*body);
+    else
+      unsent_ = content;
   }
   return true;
 }

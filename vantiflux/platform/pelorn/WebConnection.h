@@ -62,8 +62,8 @@ private:
   Next write();
   Next feed(std::string_view data);
   Next takeInput();
-  Next takeHead();
-  Next takeBody();
+  Next takeHead(HTTPParser& parser);
+  Next takeBody(HTTPParser& parser);
   void answer();
   Next refuse(unsigned long status);
   Next afterReply();

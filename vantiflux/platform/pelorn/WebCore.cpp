@@ -62,6 +62,7 @@ void WebCore::open(const InetAddress& interface, std::uint16_t port) {
     // A server that starts again shall not wait for the connections of its last run to fade.
     acceptor_->set_option(asio::socket_base::reuse_address(true));
     acceptor_->bind(endpoint);
+    acceptor_->non_blocking(true);
     acceptor_->listen(asio::socket_base::max_listen_connections);
     address_ = SocketAddress::localOf(acceptor_->native_handle());
   } catch (const boost::system::system_error& e) {
@@ -99,24 +100,36 @@ std::size_t WebCore::getNumConnections() const {
 
 // Needs the lock: the acceptor is no object for several threads.
 void WebCore::accept() {
-  acceptor_->async_accept(loops_.next(),
-                          [self = shared_from_this()](const boost::system::error_code& error, Socket socket) {
-                            self->accepted(error, std::move(socket));
-                          });
+  acceptor_->async_wait(Acceptor::wait_read, [self = shared_from_this()](const boost::system::error_code& error) {
+    if (!error)
+      self->acceptClients();
+  });
 }
 
-void WebCore::accepted(const boost::system::error_code& error, Socket socket) {
-  if (!error && !isClosed())
-    add(std::move(socket));
-  const std::lock_guard guard(lock_);
-  if (isClosed())
-    return;
-  if (isShortage(error)) {
-    paused_ = woken_ = true;
-    wake_.notify_one();
-  } else {
-    accept();
+// There is a client. A shortage counts only where it keeps out the first: the system reports it whether or not there is
+// another one.
+void WebCore::acceptClients() {
+  std::vector<Socket> clients;
+  {
+    const std::lock_guard guard(lock_);
+    boost::system::error_code error;
+    while (!isClosed() && !error && clients.size() < 16) {
+      Socket client = acceptor_->accept(loops_.next(), error);
+      if (!error)
+        clients.push_back(std::move(client));
+    }
+    if (isClosed())
+      return;
+    if (isShortage(error) && clients.empty()) {
+      pause_ = Pause::Begun;
+      woken_ = true;
+      wake_.notify_one();
+    } else {
+      accept();
+    }
   }
+  for (Socket& client : clients)
+    add(std::move(client));
 }
 
 void WebCore::add(Socket socket) {
@@ -133,9 +146,12 @@ void WebCore::add(Socket socket) {
   boost::asio::post(context, [connection] { connection->start(); });
 }
 
+// Its descriptor is free by now.
 void WebCore::removeConnection(const WebConnection& connection) {
   const std::lock_guard guard(lock_);
   connections_.erase(&connection);
+  if (pause_ != Pause::None)
+    resumeAccepting();
 }
 
 WebCore::Connections WebCore::getConnections() const {
@@ -164,7 +180,7 @@ void WebCore::watch() {
       const auto woken = [this] { return std::exchange(woken_, false); };
       if (watched_)
         wake_.wait_for(guard, busyTick, woken);
-      else if (paused_)
+      else if (pause_ != Pause::None)
         wake_.wait_for(guard, std::min<std::chrono::milliseconds>(pauseTime, pause), woken);
       else if (!connections_.empty())
         wake_.wait_for(guard, pause, woken);
@@ -177,47 +193,52 @@ void WebCore::watch() {
       if (loops_.relieve()) // one that has begun meanwhile and has seen itself watched
         watched_ = true;
     }
-    if (const auto now = Clock::now(); now >= nextSweep || paused_) {
-      sweep();
+    const auto now = Clock::now();
+    if (now >= nextSweep) {
+      for (const auto& connection : getConnections())
+        connection->expire(now);
       nextSweep = now + pause;
     }
+    makeRoom(now);
   }
 }
 
-void WebCore::sweep() {
-  const auto now = Clock::now();
-  const Connections connections = getConnections();
-  for (const auto& connection : connections)
-    connection->expire(now);
-  bool paused = false;
+// Room for those who want to come in: who has been idle for longest makes it, a few at a time. When that is of no use,
+// the next attempt to accept somebody tells.
+void WebCore::makeRoom(Clock::time_point now) {
   {
     const std::lock_guard guard(lock_);
-    paused = std::exchange(paused_, false);
+    if (pause_ == Pause::Waiting && now >= resumeAt_)
+      resumeAccepting();
+    if (pause_ != Pause::Begun)
+      return;
+    pause_ = Pause::Waiting;
+    resumeAt_ = now + pauseTime;
   }
-  if (!paused)
-    return;
-  // Room for those who want to come in: who has been idle for longest makes it, a few at a time.
   std::vector<std::pair<Clock::time_point, std::shared_ptr<WebConnection>>> idle;
-  for (const auto& connection : connections)
+  for (const auto& connection : getConnections())
     if (const auto since = connection->idleSince())
       idle.emplace_back(*since, connection);
   const std::size_t ended = std::min(idle.size(), 1 + idle.size() / 16);
   std::partial_sort(idle.begin(), idle.begin() + static_cast<std::ptrdiff_t>(ended), idle.end());
   for (std::size_t i = 0; i < ended; ++i)
     idle[i].second->endIfIdle();
-  boost::asio::post(loops_.first(), [self = shared_from_this()] { self->resumeAccepting(); });
 }
 
+// Needs the lock. On the acceptor's own loop: this may be a step of a connection that is in the middle of something.
 void WebCore::resumeAccepting() {
-  const std::lock_guard guard(lock_);
-  if (!isClosed())
-    accept();
+  pause_ = Pause::None;
+  boost::asio::post(loops_.first(), [self = shared_from_this()] {
+    const std::lock_guard guard(self->lock_);
+    if (!self->isClosed())
+      self->accept();
+  });
 }
 
 WebCore::Visit::Visit(WebCore& core) : core_(core) {
-  if (core.keeper_ && !(kept_ = core.keeper_()))
-    return;
-  if (core.isClosed() || !core.visitors_->enter())
+  if (core.keeper_)
+    kept_ = core.keeper_();
+  if ((core.keeper_ && !kept_) || core.isClosed() || !core.visitors_->enter())
     return;
   server_ = &core.server_;
   busy_.emplace();

@@ -80,13 +80,15 @@ public:
 private:
   using Acceptor = boost::asio::basic_socket_acceptor<boost::asio::ip::tcp, Executor>;
   using Connections = std::vector<std::shared_ptr<WebConnection>>;
+  /// When no client is accepted for want of descriptors.
+  enum class Pause { None, Begun, Waiting };
 
   void accept();
-  void accepted(const boost::system::error_code& error, Socket socket);
+  void acceptClients();
   void add(Socket socket);
   Connections getConnections() const;
   void watch();
-  void sweep();
+  void makeRoom(Clock::time_point now);
   void resumeAccepting();
   void wakeWatch();
 
@@ -103,7 +105,8 @@ private:
   mutable std::mutex lock_; ///< innermost but for a connection's; guards the rest
   std::condition_variable wake_;
   bool woken_ = false;
-  bool paused_ = false; ///< no client is accepted for want of descriptors
+  Pause pause_ = Pause::None;
+  Clock::time_point resumeAt_; ///< when to accept again, be there room or not
   std::unique_ptr<Acceptor> acceptor_;
   std::unordered_map<const WebConnection*, std::weak_ptr<WebConnection>> connections_;
 };

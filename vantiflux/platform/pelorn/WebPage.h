@@ -21,6 +21,7 @@ public:
 
   explicit WebPage(Kind kind = Kind::Shows) noexcept : kind_(kind) {}
   virtual ~WebPage();
+  WebPage& operator=(const WebPage&) = delete;
 
   Kind getKind() const noexcept { return kind_; }
   /// Fills the reply, whose status is 200 to begin with. Gives 1 when there is a reply to be sent.
@@ -29,7 +30,6 @@ public:
 
 protected:
   WebPage(const WebPage&) = default;
-  WebPage& operator=(const WebPage&) = delete;
 
 private:
   const Kind kind_;
