@@ -255,8 +255,8 @@ private:
 class BareSender {
 public:
   BareSender() : acceptor_(context_, anyPort), port(acceptor_.local_endpoint().port()) {
-    thread_ = std::thread([this] { context_.run(); });
     accept();
+    thread_ = std::thread([this] { context_.run(); });
   }
   ~BareSender() {
     context_.stop();
