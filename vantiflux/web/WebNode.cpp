@@ -12,6 +12,7 @@
 #include <vantiflux/web/Icon.h>
 #include <vantiflux/web/StyleSheet.h>
 #include <vantiflux/web/WebNodeGate.h>
+#include <vantiflux/web/rest/RESTInterceptor.h>
 
 namespace Vantiflux {
 
@@ -50,7 +51,7 @@ const NodeType* WebNode::type() const {
 }
 
 WebNode::WebNode()
-    : server_(std::make_unique<Pelorn::ThreadedWebServer>()), gate_(std::make_shared<Gate>()),
+    : server_(std::make_unique<REST::RESTInterceptor>()), gate_(std::make_shared<Gate>()),
       opener_(*this, [this] { openByName(); }) {
   server_->setName("Vantiflux");
   server_->setKeeper([gate = gate_] { return gate->enter(); });

@@ -21,6 +21,8 @@ public:
   }
 
   int get() const noexcept { return fd_; }
+  /// Gives the descriptor up to the caller.
+  int release() noexcept { return std::exchange(fd_, -1); }
   explicit operator bool() const noexcept { return fd_ >= 0; }
 
 private:

@@ -27,17 +27,6 @@ std::string_view authorityOf(std::string_view url) {
   return url.substr(0, url.find_first_of("/?#"));
 }
 
-// Newer browsers say it themselves where they trust the connection; all say where a form or a link stands.
-bool isFromAnotherSite(const Request& request) {
-  if (const std::string* const site = request.headers.findParam("Sec-Fetch-Site"))
-    return *site != "same-origin" && *site != "none";
-  const std::string host = request.headers.getParam("Host", std::string());
-  for (const char* const name : {"Origin", "Referer"})
-    if (const std::string* const from = request.headers.findParam(name))
-      return !HTTPText::equal(authorityOf(*from), host);
-  return false;
-}
-
 bool changes(const WebPage& page, const Request& request) {
   return page.getKind() == WebPage::Kind::Changes ||
          (page.getKind() == WebPage::Kind::TakesForm && request.method == "POST");
@@ -80,6 +69,17 @@ const WebPage* WebServer::findPage(const std::string& path) const {
     return nullptr;
   const auto found = pages_.find(isPlain ? path : decoded);
   return found == pages_.end() ? nullptr : found->second.get();
+}
+
+// Newer browsers say it themselves where they trust the connection; all say where a form or a link stands.
+bool WebServer::isFromAnotherSite(const Request& request) {
+  if (const std::string* const site = request.headers.findParam("Sec-Fetch-Site"))
+    return *site != "same-origin" && *site != "none";
+  const std::string host = request.headers.getParam("Host", std::string());
+  for (const char* const name : {"Origin", "Referer"})
+    if (const std::string* const from = request.headers.findParam(name))
+      return !HTTPText::equal(authorityOf(*from), host);
+  return false;
 }
 
 unsigned long WebServer::check(const Request& request) const {

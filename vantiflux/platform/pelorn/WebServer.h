@@ -56,6 +56,9 @@ public:
   /// here, those that are to become something else than HTTP too. A browser's question whether it may ask from another
   /// site (the preflight of CORS) needs no credentials.
   unsigned long check(const ProtocolHTTP::Request& request) const;
+  /// Whether a browser marks the request as coming from another site than this one.
+  static bool isFromAnotherSite(const ProtocolHTTP::Request& request);
+  bool asksForCredentials() const { return !getUserId().empty() || !getPassword().empty(); }
   /// Fills the reply with a page for a failure. The text is shown below its name.
   void createErrorPage(unsigned long status, const std::string& text, ProtocolHTTP::Reply& reply) const;
 

@@ -1,0 +1,82 @@
+#include <vantiflux/web/rest/PictureDecoder.h>
+
+#include <cstdlib>
+#include <limits>
+#include <semaphore>
+#include <stdexcept>
+
+#include <malloc.h>
+
+namespace {
+
+/// What the decoder may still take: a short file may claim, or unpack to, any size.
+constexpr std::size_t memoryLimit = std::size_t{256} << 20;
+thread_local std::size_t allowance = memoryLimit;
+
+void* take(std::size_t size) {
+  if (size > allowance)
+    return nullptr;
+  void* const memory = std::malloc(size);
+  allowance -= std::min(allowance, malloc_usable_size(memory));
+  return memory;
+}
+
+void giveBack(void* memory) {
+  allowance += malloc_usable_size(memory);
+  std::free(memory);
+}
+
+void* takeAgain(void* memory, std::size_t size) {
+  const std::size_t before = malloc_usable_size(memory);
+  if (size > before && size - before > allowance)
+    return nullptr;
+  void* const moved = std::realloc(memory, size);
+  if (moved != nullptr) {
+    allowance += before;
+    allowance -= std::min(allowance, malloc_usable_size(moved));
+  }
+  return moved;
+}
+
+} // namespace
+
+// Only formats that people send, out of a decoder that knows many.
+#define STB_IMAGE_IMPLEMENTATION
+#define STB_IMAGE_STATIC
+#define STBI_ONLY_JPEG
+#define STBI_ONLY_PNG
+#define STBI_ONLY_BMP
+#define STBI_NO_STDIO
+#define STBI_NO_FAILURE_STRINGS
+#define STBI_MAX_DIMENSIONS 65535
+#define STBI_ASSERT(condition) static_cast<void>(condition)
+#define STBI_MALLOC(size) take(size)
+#define STBI_REALLOC(memory, size) takeAgain(memory, size)
+#define STBI_FREE(memory) giveBack(memory)
+#include <stb/stb_image.h>
+
+namespace REST {
+
+PictureDecoder::PictureDecoder(const unsigned char* bytes, std::size_t size) {
+  static std::counting_semaphore<> places(2);
+  struct Place {
+    Place() { places.acquire(); }
+    ~Place() { places.release(); }
+  } const place;
+  allowance = memoryLimit;
+  int width = 0;
+  int height = 0;
+  int channels = 0;
+  if (size <= static_cast<std::size_t>(std::numeric_limits<int>::max()))
+    pixels_.reset(stbi_load_from_memory(bytes, static_cast<int>(size), &width, &height, &channels, 3));
+  if (pixels_ == nullptr || width <= 0 || height <= 0)
+    throw std::runtime_error("Error converting image");
+  width_ = static_cast<unsigned>(width);
+  height_ = static_cast<unsigned>(height);
+}
+
+void PictureDecoder::Free::operator()(unsigned char* pixels) const noexcept {
+  stbi_image_free(pixels);
+}
+
+} // namespace REST
