@@ -45,6 +45,36 @@ TEST(Root, LockExcludesReadersToo) {
   EXPECT_TRUE(entered);
 }
 
+// A thread that does not hold the lock may take out what another one looks at.
+TEST(Root, KeepsWhatIsRemovedUntilReadersHaveGone) {
+  struct Counted : Namespace {
+    explicit Counted(std::atomic<int>& destroyed) : destroyed_(destroyed) {}
+    ~Counted() override { ++destroyed_; }
+    std::atomic<int>& destroyed_;
+  };
+  std::atomic<int> destroyed{0};
+  Root& root = Root::the();
+  auto branch = std::make_unique<Namespace>();
+  branch->addNamespace("Leaf", std::make_unique<Counted>(destroyed));
+  root.addNamespace("Branch", std::move(branch));
+  root.addNamespace("Twig", std::make_unique<Counted>(destroyed));
+  {
+    const Root::ReadLock lock;
+    const Namespace* const leaf = root.getNamespaceFromPath("Branch/Leaf");
+    const Namespace* const twig = root.getNamespaceFromPath("Twig");
+    std::thread([&] {
+      root.removeNamespace("Twig");
+      root.clear();
+      const Counted elsewhere(destroyed);
+      delete new Counted(destroyed);
+      EXPECT_EQ(destroyed, 1);
+    }).join();
+    EXPECT_EQ(destroyed, 2);
+    EXPECT_EQ(leaf->getLabel() + twig->getLabel(), "LeafTwig");
+  }
+  EXPECT_EQ(destroyed, 4);
+}
+
 TEST(Root, DataFlowsWhileTheLockIsHeld) {
   const Root::WriteLock lock;
   OutSlot<float> out;

@@ -73,7 +73,7 @@ void Graveyard::bury(Namespace* corpse) {
   {
     const TreeLock lock;
     corpse->parent_ = nullptr;
-    corpse->keepForLender();
+    corpse->keepForReaders(false);
   }
   if (!corpse->isInUse())
     return destroy(corpse);

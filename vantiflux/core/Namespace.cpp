@@ -106,7 +106,7 @@ bool Namespace::isInUse() const {
   if (pins_.load(std::memory_order_seq_cst) != 0)
     return true;
   const TreeLock lock;
-  if (Root::releases_.load(std::memory_order_seq_cst) < keptUntil_)
+  if (Root::releases_.load(std::memory_order_seq_cst) < keptUntil_ && Root::mutex().isLocked())
     return true;
   for (const LabeledOutSlot& entry : outSlots_.entries())
     if (entry.slot->isInUse())
@@ -117,11 +117,21 @@ bool Namespace::isInUse() const {
   return false;
 }
 
-// Who has lent the root lock counts on his pointers when he gets it back: what a borrower takes out of the tree is kept
-// until the lock is released.
-void Namespace::keepForLender() {
-  if (Root::mutex().isLent())
-    keptUntil_ = Root::releases_.load(std::memory_order_seq_cst) + 1;
+// Who holds the root lock counts on the pointers that he took from the tree: what another thread takes out of the tree
+// meanwhile is kept until the lock is released, and so is what a borrower of the lock takes out anywhere. The count is
+// read before the lock is looked at: a release in between then counts.
+void Namespace::keepForReaders(bool wasInTree) {
+  const std::uint64_t releases = Root::releases_.load(std::memory_order_seq_cst);
+  const Tarsil::Mutex& root = Root::mutex();
+  if (root.isLent() || (wasInTree && root.isLocked() && !root.isLockedByThisThread()))
+    keptUntil_ = releases + 1;
+}
+
+bool Namespace::isInTree() const {
+  const Namespace* top = this;
+  while (top->parent_ != nullptr)
+    top = top->parent_;
+  return Root::isInitialized() && top == Root::the_;
 }
 
 // What is asked for from inside, by something that `initialize`, `shutdown` or a child calls back, takes effect when
@@ -244,7 +254,7 @@ std::unique_ptr<Namespace> Namespace::takeChild(const std::string& key, const Na
     return nullptr;
   std::unique_ptr<Namespace> child = std::move(found->second);
   children_.erase(found);
-  child->keepForLender();
+  child->keepForReaders(isInTree());
   labelCounts_.clear();
   return child;
 }

@@ -252,7 +252,8 @@ private:
   void dropChildren();
   std::string unknownChild(const std::string& label) const;
   bool isInUse() const;
-  void keepForLender();
+  void keepForReaders(bool wasInTree);
+  bool isInTree() const;
 
   // All members but the last four are guarded by the lock of structure; the two flags are also read without it.
   Namespace* parent_ = nullptr;
