@@ -20,8 +20,8 @@ namespace {
 
 constexpr std::chrono::seconds handshakeTime{10}; ///< for the closing one, too
 constexpr std::chrono::seconds silence{120};      ///< after which a client counts as gone; half of it brings a ping
-constexpr std::chrono::seconds lookTime{5};       ///< between two looks at the client's progress
-constexpr unsigned maxStalledLooks = 3;           ///< 10 seconds at least lie between the first and the last
+constexpr std::chrono::seconds lookTime{2};       ///< between two looks at the client's progress
+constexpr unsigned maxStalledLooks = 6;           ///< 10 seconds at least lie between the first and the last
 constexpr std::chrono::seconds messageTime{60};   ///< from a message's first byte to its last
 constexpr std::size_t firstInput = 4096;          ///< bytes that a connection always has room for
 constexpr std::size_t freeInput = 65536;          ///< bytes of a message that are not counted
