@@ -121,15 +121,24 @@ void WebSocketObserver::newData(BasicInSlot&) {
   socket_->requestReady();
 }
 
-// Nobody else takes values out of the slot, so one that is there stays there.
+// Who looks and takes under the slot's lock does not wait for a value that somebody else took in between. The text is
+// made when the writer may go on.
 void WebSocketObserver::ready() {
   std::shared_ptr<BasicInSlot> inSlot;
   {
     const std::lock_guard guard(lock_);
     inSlot = inSlot_;
   }
-  if (inSlot != nullptr && format_ == "string" && !inSlot->empty())
-    sendMessage(REST::toString<BasicInSlot, InSlot>(inSlot.get()), false);
+  if (inSlot == nullptr || format_ != "string")
+    return;
+  std::unique_ptr<HeldValue> value;
+  {
+    const std::lock_guard<const Slot> guard(*inSlot);
+    if (inSlot->empty())
+      return;
+    value = hold<BasicInSlot, InSlot>(inSlot.get());
+  }
+  sendMessage(value->text(), false);
 }
 
 void WebSocketObserver::received(const std::string& message) {
