@@ -15,6 +15,7 @@
 #include <vantiflux/core/Root.h>
 #include <vantiflux/values/SlotTypes.h>
 
+#include "../Messages.h"
 #include "../TreeFile.h"
 #include "GestureMotion.h"
 #include "Motion.h"
@@ -100,6 +101,8 @@ public:
     controller_ = &controller;
     next_ = Clock::now();
     announce("Controller");
+    if (!controller.acc.isConnected())
+      Host::tell(options_.file + " has no route from \"Controller/acc\" to a node");
     if (!options_.record)
       controller.click("butTwo");
     bool goesOn = rest(0.5);
