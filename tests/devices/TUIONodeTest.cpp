@@ -157,7 +157,7 @@ TEST(TUIONode, DropsWhatIsPaddedInTheProfilesBetween) {
     EXPECT_EQ(table.sessions(), Ints());
     EXPECT_EQ(table.log().back(), "TUIO: malformed message: " + profile + ": argument 1 is missing");
   }
-  // A sender that does not pad the address is understood.
+  // A sender that does not pad the address is understood, and one whose command is a symbol.
   const std::string zero(1, '\0');
   const auto unpadded = [&](std::string types, const std::string& arguments) {
     types.resize((types.size() + 4) / 4 * 4, '\0');
@@ -166,7 +166,7 @@ TEST(TUIONode, DropsWhatIsPaddedInTheProfilesBetween) {
   };
   const std::string head = bundle({});
   const std::string one("\0\0\0\1", 4), half("\x3F\0\0\0", 4);
-  table.send(head + unpadded(",si", "alive" + std::string(3, '\0') + one) +
+  table.send(head + unpadded(",Si", "alive" + std::string(3, '\0') + one) +
              unpadded(",sifff", "set" + zero + one + half + half + half) +
              unpadded(",si", "fseq" + std::string(4, '\0') + one));
   table.ends();

@@ -128,21 +128,10 @@ public:
 private:
   /// Without a port if another took it all the same.
   void serve(const Words& security) {
-    Words words{"/usr/bin/x11vnc",
-                "-display",
-                display_,
-                "-localhost",
-                "-noipv6",
-                "-rfbport",
-                std::to_string(freePort()),
-                "-forever",
-                "-shared",
-                "-noxdamage",
-                "-wait",
-                "10",
-                "-defer",
-                "10",
-                "-nonap"};
+    Words words{
+        "/usr/bin/x11vnc", "-display", display_,     "-localhost", "-noipv6", "-rfbport", std::to_string(freePort()),
+        "-forever",        "-shared",  "-noxdamage", "-wait",      "10",      "-defer",   "10",
+        "-nonap"};
     words.insert(words.end(), security.begin(), security.end());
     server_ = std::make_unique<TidyProcess>(mortal(words));
     for (std::string line = server_->readLine(); !line.empty() && port_.empty(); line = server_->readLine())
