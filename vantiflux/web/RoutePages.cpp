@@ -1,5 +1,6 @@
 #include <vector>
 
+#include <vantiflux/core/TreeLock.h>
 #include <vantiflux/web/Html.h>
 #include <vantiflux/web/WebNodeGate.h>
 
@@ -90,6 +91,7 @@ int WebNode::createExternalRoutePage(const Request& request, Reply& reply) {
   LabelList slots;
   {
     const TreeAccess access(*this, TreeAccess::Read);
+    const TreeLock tree; // routes come and go without the root lock
     const Namespace& target = access.find(space);
     std::vector<ExternalRoute*> routes;
     target.getExternalRoutes(routes);
