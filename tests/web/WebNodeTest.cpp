@@ -181,6 +181,14 @@ TEST(WebNode, SaysWhatIsWrong) {
   error("/CreateNamespace.html", {{"namespace", "<x>"}}, "Cannot create namespace: Namespace &quot;&quot; does not");
   error("/CreateNode.html", {{"_type", "<x>"}}, "Cannot create namespace: Unknown Node type &quot;&lt;x&gt;&quot;");
   error("/CreateNode.html", {{"_type", "Web"}, {"Port", "70000"}}, "Cannot create namespace: ");
+  for (const char* const unsaved : {"\x01", "\xff"}) {
+    error("/CreateNamespace.html", {{"label", unsaved}}, "Cannot create namespace: &quot;label&quot; has characters");
+    error("/CreateNode.html", {{"_type", "Clock"}, {"_name", unsaved}}, "Cannot create namespace: ");
+    error("/CreateNode.html", {{"_type", "UDP"}, {"InitString", unsaved}}, "Cannot create namespace: ");
+    error("/AddRoute.html", {{"from", "x"}, {"to", unsaved}}, "Cannot add route: ");
+    error("/AddExternalRoute.html", {{"internal", unsaved}, {"external", "x"}}, "Cannot add external route: ");
+  }
+  EXPECT_EQ(site.get("/Save").status, 200);
   error("/RemoveNamespace.html", {{"label", "x"}}, "Cannot remove namespace: ");
   error("/AddRoute.html", {{"namespace", "x"}}, "Cannot add route: ");
   error("/RemoveRoute.html", {{"namespace", "x"}}, "Cannot remove route: ");

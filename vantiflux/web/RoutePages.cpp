@@ -73,8 +73,10 @@ int WebNode::createRoutePage(const Request& request, Reply& reply) {
 }
 
 int WebNode::createAddRoutePage(const Request& request, Reply& reply) {
-  return change("/Routes.html", parameter(request, "namespace"), "Cannot add route: ", reply,
-                [&](Namespace& space) { space.addRoute(parameter(request, "from"), parameter(request, "to")); });
+  return change("/Routes.html", parameter(request, "namespace"), "Cannot add route: ", reply, [&](Namespace& space) {
+    checkTexts(request);
+    space.addRoute(parameter(request, "from"), parameter(request, "to"));
+  });
 }
 
 int WebNode::createRemoveRoutePage(const Request& request, Reply& reply) {
@@ -121,6 +123,7 @@ int WebNode::createExternalRoutePage(const Request& request, Reply& reply) {
 int WebNode::createAddExternalRoutePage(const Request& request, Reply& reply) {
   return change("/ExternalRoutes.html", parameter(request, "namespace"), "Cannot add external route: ", reply,
                 [&](Namespace& space) {
+                  checkTexts(request);
                   space.addExternalRoute(parameter(request, "internal"), parameter(request, "external"));
                 });
 }

@@ -91,6 +91,9 @@ private:
   int change(const std::string& path, const std::string& space, const char* failure, Reply& reply,
              const std::function<void(Namespace&)>& operation);
 
+  /// Throws Exception where a text of the query could be kept, but not be written to a file with the tree.
+  static void checkTexts(const Request& request);
+
   int createMainPage(const Request& request, Reply& reply);
   int createNamespacePage(const Request& request, Reply& reply);
   int createSubNamespacesPage(const Request& request, Reply& reply);
