@@ -144,7 +144,7 @@ void WebCore::acceptClients() {
       isShort = connections_.size() >= limits_.connections;
       if (isShort)
         break;
-      Socket client = acceptor_->accept(loops_.next(), error);
+      Socket client = acceptor_->accept(loops_.at(accepted_), error);
       isShort = isShortage(error);
       if (error)
         break;
@@ -163,6 +163,7 @@ void WebCore::acceptClients() {
 // take what is posted to it.
 void WebCore::add(Socket socket) {
   const auto context = socket.get_executor();
+  ++accepted_; // the next one goes to the next loop
   const auto connection = std::make_shared<WebConnection>(shared_from_this(), std::move(socket));
   const auto place = connections_.emplace(connection.get(), connection).first;
   try {

@@ -116,6 +116,7 @@ private:
   Pause pause_ = Pause::None;
   Clock::time_point resumeAt_; ///< when to accept again, be there room or not
   std::unique_ptr<Acceptor> acceptor_;
+  std::size_t accepted_ = 0; ///< clients so far
   std::unordered_map<const WebConnection*, std::weak_ptr<WebConnection>> connections_;
 };
 
