@@ -78,6 +78,8 @@ public:
   void removeConnection(const WebConnection& connection);
   /// Counts what a connection keeps in place of what it kept before, in bytes; false when there is no room for more.
   bool hold(std::size_t bytes, std::size_t before) noexcept;
+  /// The same, room or not.
+  void count(std::size_t bytes, std::size_t before) noexcept { held_ += bytes - before; }
 
 private:
   using Acceptor = boost::asio::basic_socket_acceptor<boost::asio::ip::tcp, Executor>;
