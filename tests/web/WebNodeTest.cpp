@@ -85,6 +85,8 @@ TEST(WebNode, HasTheFrameAndTheFilesOfEveryPage) {
   EXPECT_EQ(icon.body.size(), 1406U);
   EXPECT_EQ(icon.body.substr(0, 4), std::string("\0\0\1\0", 4));
   EXPECT_TRUE(site.get("/log.html").has("/favicon.ico 200"));
+  EXPECT_EQ(site.get("/Vantiflux/element/Web.json").status, 200);
+  EXPECT_TRUE(site.get("/log.html").has("127.0.0.1 GET /Vantiflux/element/Web.json 200\n"));
   const Answer codecs = site.get("/Codecs.html");
   EXPECT_TRUE(codecs.has("<TD>SFImage</TD><TD>Vantiflux::SmartPtr&lt;Vantiflux::Image&gt;</TD>"));
   EXPECT_FALSE(codecs.has("Current namespace"));

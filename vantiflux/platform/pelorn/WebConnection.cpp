@@ -247,11 +247,10 @@ void WebConnection::respond() {
   WebCore::Visit server(*core_);
   if (!server)
     return;
+  server_ = server.get();
   if (const unsigned long status = server->check(request_)) {
     Reply reply;
     server->createErrorPage(status, {}, reply);
-    server->addLog(remote_.getHostAddress() + ' ' + request_.method + ' ' + request_.path + ' ' +
-                   std::to_string(status));
     keep_ = sendReply(std::move(reply)) && request_.keepsAlive();
     return;
   }
@@ -289,15 +288,15 @@ WebConnection::Next WebConnection::refuse(unsigned long status) {
     return end();
   if (WebCore::Visit server(*core_); server) {
     Reply reply;
+    server_ = server.get();
     server->createErrorPage(status, {}, reply);
-    server->addLog(remote_.getHostAddress() + ' ' + std::to_string(status) + ' ' +
-                   ProtocolHTTP::getStatusPhrase(status));
     sendReply(std::move(reply));
   }
   return afterReply();
 }
 
 WebConnection::Next WebConnection::afterReply() {
+  server_ = nullptr;
   if (state_ == State::Detached) {
     leave();
     return Next::Nothing;
@@ -358,6 +357,8 @@ bool WebConnection::transmit(const Reply& reply, std::string* body) {
     return transmit(busy, nullptr);
   }
   const std::string head = replyHead(reply, whole.size(), core_->getProduct(), bodyUnread_ || core_->isClosed());
+  if (server_ != nullptr)
+    server_->logRequest(*this, request_, reply.status);
   const ssize_t sent = sendNow(descriptor_, head, content);
   if (sent < 0)
     return false;
@@ -378,9 +379,11 @@ bool WebConnection::transmit(const Reply& reply, std::string* body) {
 }
 
 Descriptor WebConnection::detach(std::string& unread) {
-  const std::lock_guard guard(lock_);
-  if (state_ != State::Answering || replied_)
+  if (replied_ || state_ != State::Answering)
     return Descriptor();
+  if (server_ != nullptr)
+    server_->logRequest(*this, request_, 101);
+  const std::lock_guard guard(lock_);
   unread = std::string(input_);
   input_ = {};
   boost::system::error_code error;

@@ -104,8 +104,9 @@ private:
   // The rest is the steps' own.
   std::optional<HTTPParser> parser_;
   Request request_;
-  std::string pending_;    ///< input that is of no use yet
-  std::string_view input_; ///< what this step has to deal with, here or on the stack
+  ThreadedWebServer* server_ = nullptr; ///< while the request is answered
+  std::string pending_;                 ///< input that is of no use yet
+  std::string_view input_;              ///< what this step has to deal with, here or on the stack
   std::size_t bodyAt_ = 0;
   bool replied_ = false;
   bool bodyUnread_ = false;

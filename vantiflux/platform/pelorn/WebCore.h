@@ -67,6 +67,7 @@ public:
     Visit& operator=(const Visit&) = delete;
     explicit operator bool() const noexcept { return server_ != nullptr; }
     ThreadedWebServer* operator->() const noexcept { return server_; }
+    ThreadedWebServer* get() const noexcept { return server_; }
 
   private:
     WebCore& core_;
