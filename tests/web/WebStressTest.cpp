@@ -147,7 +147,7 @@ TEST(WebStress, ClosesWhileRequestsWaitForTheRootLock) {
         EXPECT_TRUE(test::eventually([&] { return removed.load(); }));
       });
     else
-      Root::the().writeLock();
+      Root::writeLock();
     EXPECT_TRUE(!another || test::eventually([&] { return locked.load(); }));
     for (int i = 0; i < 12; ++i)
       waiting.emplace_back(site.port()).send("GET /Nodes.html HTTP/1.1\r\n\r\n");
@@ -158,7 +158,7 @@ TEST(WebStress, ClosesWhileRequestsWaitForTheRootLock) {
     if (another)
       holder.join();
     else
-      Root::the().unlock();
+      Root::unlock();
     for (Client& client : waiting)
       EXPECT_TRUE(client.readToEnd());
     EXPECT_FALSE(Client().connect(site.port()));

@@ -69,6 +69,7 @@ private:
     const TreeLock lock;
     std::vector<ExternalRoute*> routes;
     space.getExternalRoutes(routes);
+    texts.reserve(routes.size());
     for (const ExternalRoute* const route : routes)
       texts.emplace_back(route->getInternal(), route->getExternal());
     return texts;
