@@ -78,16 +78,33 @@ std::uint64_t get_size(OutSlot<ListOf<T>>&) {
   return 0;
 }
 
-// Whoever looks and takes under the slot's lock never waits for a value that another reader took in between. An
-// interrupt is meant for the slot's own reader, and handed on.
+/// Holds a slot's data mutex, if nobody else does.
+class TryLock {
+public:
+  explicit TryLock(Slot& slot) TARSIL_NO_ANALYSIS : mutex_(slot.*Access::mutex), holds_(mutex_.tryLock()) {}
+  ~TryLock() TARSIL_NO_ANALYSIS {
+    if (holds_)
+      mutex_.unlock();
+  }
+  explicit operator bool() const noexcept { return holds_; }
+
+private:
+  /// Slots themselves offer no more than to wait for it.
+  struct Access : Slot {
+    static constexpr Tarsil::Mutex Slot::*mutex = &Access::dataMutex_;
+  };
+
+  Tarsil::Mutex& mutex_;
+  const bool holds_;
+};
+
+// Whoever looks and takes under the slot's lock never waits for a value that another reader took in between. Nor is the
+// lock waited for: the lock of structure would be lent meanwhile, and the node might go. An interrupt is meant for the
+// slot's own reader, and handed on.
 template <class T>
 std::uint64_t get_size(InSlot<ListOf<T>>& slot) {
-  struct Locked {
-    explicit Locked(const Slot& s) : slot(s) { slot.lock(); }
-    ~Locked() { slot.unlock(); }
-    const Slot& slot;
-  } const locked(slot);
-  if (slot.empty())
+  const TryLock locked(slot);
+  if (!locked || slot.empty())
     return 0;
   try {
     const ListOf<T> list = slot.pop().getValue();

@@ -1,9 +1,11 @@
 #include <vantiflux/web/rest/VCAttribute.h>
 
 #include <algorithm>
-#include <cstdint>
+#include <memory>
 #include <stdexcept>
+#include <utility>
 
+#include <vantiflux/core/SlotVisit.h>
 #include <vantiflux/values/SlotTypes.h>
 #include <vantiflux/web/rest/TreeAccess.h>
 #include <vantiflux/web/rest/URLPath.h>
@@ -37,6 +39,14 @@ BasicOutSlot* outSlotOf(const Node& node, const std::string& label) {
   std::vector<LabeledOutSlot> entries;
   node.getOutSlots("*", entries);
   return slotOf(entries, label);
+}
+
+/// What is found under the lock of structure, if anything, and a visit there, with which that lock is left.
+template <class Find>
+auto visit(const Find& find) {
+  const TreeAccess access;
+  auto* const slot = find();
+  return std::pair(slot, slot == nullptr ? nullptr : std::make_unique<SlotVisit>(*slot));
 }
 
 std::vector<std::string> formatsOf(const BasicType& type) {
@@ -155,8 +165,7 @@ void VCAttribute::toJSON(Reply& reply) {
 void VCAttribute::hold() {
   if (kind_ != Kind::OutSlot || held_ != nullptr)
     return;
-  const TreeAccess access;
-  BasicOutSlot* const slot = findOutSlot();
+  const auto [slot, staying] = visit([this] { return findOutSlot(); });
   if (slot == nullptr)
     throw std::runtime_error(missing());
   held_ = REST::hold<BasicOutSlot, OutSlot>(slot);
@@ -227,8 +236,7 @@ void VCAttribute::write(const std::string& text) {
   const std::unique_ptr<SentValue> value = parse(*valueType_, text);
   if (value == nullptr)
     return;
-  const TreeAccess access;
-  BasicInSlot* const slot = findInSlot();
+  const auto [slot, staying] = visit([this] { return findInSlot(); });
   if (slot == nullptr)
     throw std::runtime_error(missing());
   value->push(*slot);
