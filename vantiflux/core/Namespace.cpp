@@ -105,7 +105,7 @@ void Namespace::unpin() noexcept {
 
 // A slot counts that delivers, that runs listeners or is visited, on any thread: this one's members are on its stack.
 bool Namespace::isInUse() const {
-  if (pins_.load(std::memory_order_seq_cst) != 0)
+  if (pins_.load(std::memory_order_seq_cst) != 0 || SlotVisit::isVisited(*this))
     return true;
   const TreeLock lock;
   if (Root::releases_.load(std::memory_order_seq_cst) < keptUntil_ && Root::mutex().isLocked())

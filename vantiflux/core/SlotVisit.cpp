@@ -13,6 +13,7 @@ namespace Vantiflux {
 namespace {
 
 struct Visit {
+  const Namespace* ns;
   const Slot* slot;
   std::shared_ptr<Tarsil::Mutex> mutex;
 };
@@ -30,14 +31,22 @@ Visits& visits() {
 /// How many there are. Goes up under the lock of structure, which those hold who look.
 constinit std::atomic<int> count{0};
 
+template <class Where>
+bool isAny(const Where& isIt) {
+  if (count.load(std::memory_order_seq_cst) == 0)
+    return false;
+  const std::lock_guard guard(visits().lock);
+  return std::any_of(visits().list.begin(), visits().list.end(), isIt);
+}
+
 } // namespace
 
 // The mutex goes from the constructor to the destructor, which no analysis follows.
-SlotVisit::SlotVisit(const Slot& slot) TARSIL_NO_ANALYSIS
+SlotVisit::SlotVisit(const Namespace& ns, const Slot& slot) TARSIL_NO_ANALYSIS
     : mutex_(std::make_shared<Tarsil::Mutex>(Tarsil::Mutex::Kind::Delivery)) {
   mutex_->lock();
   const std::lock_guard guard(visits().lock);
-  visits().list.push_back({&slot, mutex_});
+  visits().list.push_back({&ns, &slot, mutex_});
   count.fetch_add(1, std::memory_order_seq_cst);
 }
 
@@ -53,11 +62,11 @@ SlotVisit::~SlotVisit() TARSIL_NO_ANALYSIS {
 }
 
 bool SlotVisit::isVisited(const Slot& slot) {
-  if (count.load(std::memory_order_seq_cst) == 0)
-    return false;
-  const std::lock_guard guard(visits().lock);
-  const std::vector<Visit>& list = visits().list;
-  return std::any_of(list.begin(), list.end(), [&](const Visit& visit) { return visit.slot == &slot; });
+  return isAny([&](const Visit& visit) { return visit.slot == &slot; });
+}
+
+bool SlotVisit::isVisited(const Namespace& ns) {
+  return isAny([&](const Visit& visit) { return visit.ns == &ns; });
 }
 
 // A look at the list, not at the slot: while one visit is waited for, another's end may have been its last one.

@@ -20,13 +20,16 @@ class Namespace;
 /// *Threads.* Begun with the lock of structure held, ended by the same thread when it has left that lock.
 class VANTIFLUX_API SlotVisit {
 public:
-  explicit SlotVisit(const Slot& slot);
+  /// `ns` is where the slot was found.
+  SlotVisit(const Namespace& ns, const Slot& slot);
   ~SlotVisit();
   SlotVisit(const SlotVisit&) = delete;
   SlotVisit& operator=(const SlotVisit&) = delete;
 
   /// Whether somebody is there now.
   static bool isVisited(const Slot& slot);
+  /// Whether somebody is at a slot that was found there, be it taken away meanwhile or not.
+  static bool isVisited(const Namespace& ns);
 
   /// Wait until the visits that have begun are over, but those that this thread itself runs under. Not in the first
   /// half of a change (see Restructuring).
