@@ -19,8 +19,8 @@ template <class T>
 void valueFromString(const std::string& text, T& value);
 
 /// From the Base64 text of a JPEG, PNG or BMP file, to RGB24. A null image gets one from the pool. Throws
-/// std::runtime_error "Error converting image" for all other texts, and for a picture that takes more than 256 MiB to
-/// decode.
+/// std::runtime_error "Error converting image" for all other texts, and for a picture that takes more than 256 MiB or
+/// too much work to decode.
 template <>
 VANTIFLUX_API void valueFromString(const std::string& text, Vantiflux::SmartPtr<Vantiflux::Image>& value);
 
