@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <ostream>
 #include <stdexcept>
 #include <type_traits>
 
@@ -56,9 +55,9 @@ private:
 
 } // namespace
 
-void imageToString(std::ostream& stream, const Image* image) {
+std::string imageToString(const Image* image) {
   if (image == nullptr)
-    return;
+    return {};
   Image converted;
   if (image->format() != Image::RGB24 && image->format() != Image::RGB32) {
     converted = *image;
@@ -67,11 +66,13 @@ void imageToString(std::ostream& stream, const Image* image) {
   }
   const Jpeg jpeg(*image);
   if (jpeg.size() == 0)
-    return;
-  std::size_t size = (jpeg.size() + 2) / 3 * 4 + 1;
-  const auto text = std::make_unique_for_overwrite<unsigned char[]>(size);
-  if (base64_enc(jpeg.data(), jpeg.size(), text.get(), &size) != 0)
-    stream.write(reinterpret_cast<const char*>(text.get()), static_cast<std::streamsize>(size));
+    return {};
+  std::string text((jpeg.size() + 2) / 3 * 4 + 1, '\0');
+  std::size_t size = text.size();
+  if (base64_enc(jpeg.data(), jpeg.size(), reinterpret_cast<unsigned char*>(text.data()), &size) == 0)
+    size = 0;
+  text.resize(size);
+  return text;
 }
 
 template <>
