@@ -251,7 +251,8 @@ private:
   std::thread thread_;
 };
 
-/// Sends to WebSocket clients from a thread of its own, which gets the texts from others.
+/// Sends to WebSocket clients from a thread of its own, which gets the texts from others: the latest to each, one at a
+/// time.
 class BareSender {
 public:
   BareSender() : acceptor_(context_, anyPort), port(acceptor_.local_endpoint().port()) {
@@ -263,54 +264,90 @@ public:
     thread_.join();
   }
 
-  void push(const std::string& text) {
-    asio::post(context_, [this, text] {
-      text_ = text;
-      for (const auto& stream : streams_)
-        stream->async_write(asio::buffer(text_), [](const boost::system::error_code&, std::size_t) {});
+  void push(int number) {
+    {
+      const std::lock_guard guard(lock_);
+      text_ = std::to_string(number);
+      ++version_;
+      if (posted_)
+        return;
+      posted_ = true;
+    }
+    asio::post(context_, [this] {
+      {
+        const std::lock_guard guard(lock_);
+        posted_ = false;
+      }
+      for (const auto& client : clients_)
+        write(*client);
     });
   }
   void waitFor(std::int64_t clients) const {
     while (connected_ < clients)
       std::this_thread::yield();
   }
-  /// To each client as fast as it goes.
+  /// To each client as fast as it goes, without looking at what others push.
   void flood() {
     asio::post(context_, [this] {
       text_ = "1.5";
-      for (const auto& stream : streams_)
-        writeOn(*stream);
+      flooding_ = true;
+      for (const auto& client : clients_)
+        write(*client);
     });
   }
 
 private:
+  struct Client {
+    explicit Client(Tcp::socket socket) : stream(std::move(socket)) {}
+    WebSocket stream;
+    std::string text;
+    std::uint64_t version = 0;
+    bool writing = false; ///< a second write meanwhile would never be done
+  };
+
   void accept() {
     acceptor_.async_accept([this](const boost::system::error_code& error, Tcp::socket socket) {
       if (error)
         return;
       socket.set_option(Tcp::no_delay(true));
-      auto stream = std::make_shared<WebSocket>(std::move(socket));
-      stream->async_accept([this, stream](const boost::system::error_code& failure) {
+      auto client = std::make_shared<Client>(std::move(socket));
+      client->stream.async_accept([this, client](const boost::system::error_code& failure) {
         if (failure)
           return;
-        streams_.push_back(stream);
+        clients_.push_back(client);
         ++connected_;
       });
       accept();
     });
   }
-  void writeOn(WebSocket& stream) {
-    stream.async_write(asio::buffer(text_), [this, &stream](const boost::system::error_code& error, std::size_t) {
-      if (!error)
-        writeOn(stream);
-    });
+  void write(Client& client) {
+    if (client.writing)
+      return;
+    if (!flooding_) {
+      const std::lock_guard guard(lock_);
+      if (client.version == version_)
+        return;
+      client.version = version_;
+      client.text = text_;
+    }
+    client.writing = true;
+    client.stream.async_write(asio::buffer(flooding_ ? text_ : client.text),
+                              [this, &client](const boost::system::error_code& error, std::size_t) {
+                                client.writing = false;
+                                if (!error)
+                                  write(client);
+                              });
   }
 
   asio::io_context context_;
   Tcp::acceptor acceptor_;
-  std::vector<std::shared_ptr<WebSocket>> streams_;
+  std::vector<std::shared_ptr<Client>> clients_;
   std::atomic<std::int64_t> connected_{0};
+  bool flooding_ = false;
+  std::mutex lock_; ///< guards the next three
   std::string text_;
+  std::uint64_t version_ = 0;
+  bool posted_ = false;
   std::thread thread_;
 
 public:
@@ -319,7 +356,7 @@ public:
 
 struct RestSender : Rest {
   static void waitFor(std::int64_t) {} // who comes late gets the last value
-  void push(const std::string& text) { node->number.push(std::stof(text)); }
+  void push(int value) { node->number.push(static_cast<float>(value)); }
 };
 
 /// From the push to the client's receive.
@@ -340,9 +377,10 @@ void latency(benchmark::State& state) {
     }
   };
   for ([[maybe_unused]] auto round : state) {
-    const std::string text = std::to_string(number++ % 100000);
+    number = number % 100000 + 1;
+    const std::string text = std::to_string(number);
     const auto begin = Clock::now();
-    sender.push(text);
+    sender.push(number);
     receive(text);
     times.push_back(std::chrono::duration<double, std::micro>(Clock::now() - begin).count());
   }
@@ -356,32 +394,7 @@ BENCHMARK(latency<BareSender>)->Name("latency/beast")->UseRealTime();
 
 constexpr int portion = 200; ///< messages to each client in one round
 
-void restRate(benchmark::State& state) {
-  Rest rest;
-  Clients clients(rest.port, state.range(0));
-  clients.start();
-  std::atomic<bool> done{false};
-  std::thread pusher([&] {
-    for (float number = 0; !done; number += 1)
-      rest.node->number.push(number);
-  });
-  std::int64_t goal = clients.received;
-  for ([[maybe_unused]] auto round : state) {
-    goal = clients.received + portion * state.range(0);
-    while (clients.received < goal)
-      std::this_thread::sleep_for(std::chrono::microseconds(200));
-  }
-  done = true;
-  pusher.join();
-  state.SetItemsProcessed(state.iterations() * portion * state.range(0));
-}
-
-void bareRate(benchmark::State& state) {
-  BareSender sender;
-  Clients clients(sender.port, state.range(0));
-  clients.start();
-  sender.waitFor(state.range(0));
-  sender.flood();
+void count(benchmark::State& state, Clients& clients) {
   for ([[maybe_unused]] auto round : state) {
     const std::int64_t goal = clients.received + portion * state.range(0);
     while (clients.received < goal)
@@ -390,8 +403,36 @@ void bareRate(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * portion * state.range(0));
 }
 
-BENCHMARK(restRate)->Name("rate/rest")->Arg(1)->Arg(100)->UseRealTime();
-BENCHMARK(bareRate)->Name("rate/beast")->Arg(1)->Arg(100)->UseRealTime();
+// A thread pushes as fast as it can.
+template <class Sender>
+void rate(benchmark::State& state) {
+  Sender sender;
+  Clients clients(sender.port, state.range(0));
+  sender.waitFor(state.range(0));
+  clients.start();
+  std::atomic<bool> done{false};
+  std::thread pusher([&] {
+    for (int number = 0; !done; number = (number + 1) % 100000)
+      sender.push(number);
+  });
+  count(state, clients);
+  done = true;
+  pusher.join();
+}
+
+// And nobody does.
+void flood(benchmark::State& state) {
+  BareSender sender;
+  Clients clients(sender.port, state.range(0));
+  sender.waitFor(state.range(0));
+  clients.start();
+  sender.flood();
+  count(state, clients);
+}
+
+BENCHMARK(rate<RestSender>)->Name("rate/rest")->Arg(1)->Arg(100)->UseRealTime();
+BENCHMARK(rate<BareSender>)->Name("rate/beast")->Arg(1)->Arg(100)->UseRealTime();
+BENCHMARK(flood)->Name("rate/beast_alone")->Arg(1)->Arg(100)->UseRealTime();
 
 // What pushing costs the writer at 1,000 values a second, by the number of clients; every client ends with the last.
 void push(benchmark::State& state) {

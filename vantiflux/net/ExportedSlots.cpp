@@ -6,7 +6,7 @@
 #include <vantiflux/core/InterruptedException.h>
 #include <vantiflux/core/TreeLock.h>
 #include <vantiflux/net/CommandEvent.h>
-#include <vantiflux/net/RetiredSlots.h>
+#include <vantiflux/net/RetiredDecoder.h>
 
 namespace Vantiflux {
 

@@ -44,8 +44,13 @@ public:
     return true;
   }
 
-  asio::io_context context;
-  beast::websocket::stream<Tcp::socket> stream{context};
+  /// One for all: each has descriptors of its own.
+  static asio::io_context& context() {
+    static asio::io_context the;
+    return the;
+  }
+
+  beast::websocket::stream<Tcp::socket> stream{context()};
 };
 
 } // namespace test

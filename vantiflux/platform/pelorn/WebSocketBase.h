@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -13,22 +14,28 @@ namespace Pelorn {
 class VANTIFLUX_API WebSocketBase {
 public:
   /// Is told what happens. The calls follow each other, but for `ready`, which may come beside another. An exception
-  /// that leaves one ends the connection.
+  /// that leaves one, whatever it is, ends the connection.
   class VANTIFLUX_API Listener {
   public:
     virtual ~Listener();
     /// Nothing is being sent, and it was asked for (see requestReady). On a thread of the event loop: must not wait.
     virtual void ready() = 0;
-    /// A message has come, text or binary. The next one is read when this has returned; it may wait.
+    /// A message has come, text or binary. It may wait; one more message is read meanwhile.
     virtual void received(const std::string& message) = 0;
     /// The connection has ended, whoever ended it. The last call; it may wait.
     virtual void closed() = 0;
   };
 
+  /// What a client may send.
+  struct Incoming {
+    std::size_t limit = std::size_t{64} << 10; ///< bytes of a message; a client that sends more loses the connection
+    bool takesLong = false;                    ///< for `received` to see to: other connections do not wait for it
+  };
+
   virtual ~WebSocketBase();
 
   /// Begins to read. The listener is kept by whoever wants to; when it is gone, the connection ends.
-  virtual void start(std::weak_ptr<Listener> listener) = 0;
+  virtual void start(std::weak_ptr<Listener> listener, Incoming incoming) = 0;
 
   /// Has `ready` called once, as soon as nothing is being sent. Asking again before that changes nothing.
   virtual void requestReady() = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <boost/asio/ip/tcp.hpp>
@@ -80,8 +81,16 @@ WebSocketServer::~WebSocketServer() {
   session_->close();
 }
 
-void WebSocketServer::start(std::weak_ptr<Listener> listener) {
-  session_->start(std::move(listener));
+std::size_t WebSocketServer::getMaxConnections() {
+  constexpr std::size_t most = 1024;
+  rlimit descriptors{};
+  if (::getrlimit(RLIMIT_NOFILE, &descriptors) != 0)
+    return most;
+  return static_cast<std::size_t>(std::min<rlim_t>(most, descriptors.rlim_cur / 4));
+}
+
+void WebSocketServer::start(std::weak_ptr<Listener> listener, Incoming incoming) {
+  session_->start(std::move(listener), incoming);
 }
 
 void WebSocketServer::requestReady() {

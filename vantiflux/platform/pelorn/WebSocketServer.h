@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -16,18 +17,25 @@ class WebSocketThreads;
 /// The server's end of a WebSocket connection.
 ///
 /// Pings are answered. A client that takes nothing of a message for 10 seconds loses the connection, and so does one
-/// that neither says anything nor answers a ping for two minutes, and one that sends a message of more than 16 MiB.
+/// that neither says anything nor answers a ping for two minutes, and one whose message takes more than a minute to
+/// come. Where the messages of all clients together would take more than 256 MiB, the connection ends that the last of
+/// them comes from.
 class VANTIFLUX_API WebSocketServer final : public WebSocketBase {
 public:
+  /// Bytes, for who wants large messages.
   static constexpr std::size_t messageLimit = std::size_t{16} << 20;
 
+  /// How many connections a process should have at most: they need a descriptor each, and other things need some too.
+  static std::size_t getMaxConnections();
+
   /// Takes the connection over if the request asks for that; null otherwise. The handshake is made when the connection
-  /// is started. With `binary` all messages are binary; a `protocol` that is not empty is told to the client.
+  /// is started. With `binary` all messages are binary; a `protocol` that is not empty is told to the client. Throws
+  /// std::system_error when there are no threads for it.
   static std::unique_ptr<WebSocketServer> acceptClient(WebClient& client, const ProtocolHTTP::Request& request,
                                                        bool binary, const std::string& protocol);
   ~WebSocketServer() override;
 
-  void start(std::weak_ptr<Listener> listener) override;
+  void start(std::weak_ptr<Listener> listener, Incoming incoming) override;
   void requestReady() override;
   void sendMessage(std::string text) override;
   void sendBinaryMessage(std::string bytes) override;

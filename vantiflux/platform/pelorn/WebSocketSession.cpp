@@ -1,13 +1,12 @@
 #include <vantiflux/platform/pelorn/WebSocketSession.h>
 
-#include <exception>
+#include <algorithm>
+#include <type_traits>
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/dispatch.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/core/stream_traits.hpp>
-#include <boost/beast/websocket/rfc6455.hpp>
 
 #include <vantiflux/platform/pelorn/WebSocketServer.h>
 
@@ -21,9 +20,11 @@ namespace {
 
 constexpr std::chrono::seconds handshakeTime{10}; ///< for the closing one, too
 constexpr std::chrono::seconds silence{120};      ///< after which a client counts as gone; half of it brings a ping
-constexpr std::chrono::seconds lookTime{5};       ///< between two looks at the client's progress
-constexpr unsigned maxStalledLooks = 3;           ///< 10 seconds at least lie between the first and the last
-constexpr std::size_t keptInput = 65536;          ///< bytes that a connection keeps for its next message
+constexpr std::chrono::seconds lookTime{2};       ///< between two looks at the client's progress
+constexpr unsigned maxStalledLooks = 6;           ///< 10 seconds at least lie between the first and the last
+constexpr std::chrono::seconds messageTime{60};   ///< from a message's first byte to its last
+constexpr std::size_t firstInput = 4096;          ///< bytes that a connection always has room for
+constexpr std::size_t freeInput = 65536;          ///< bytes of a message that are not counted
 
 } // namespace
 
@@ -32,7 +33,7 @@ WebSocketBase::Listener::~Listener() = default;
 
 WebSocketSession::WebSocketSession(WebSocketThreads& threads, const asio::ip::tcp& family, Descriptor descriptor,
                                    std::string request, std::string protocol)
-    : calls_(threads.calls()), strand_(threads.wire().get_executor()), stream_(Progress(), strand_), stall_(strand_),
+    : threads_(threads), strand_(threads.wire().get_executor()), stream_(Progress(), strand_), watch_(strand_),
       request_(std::move(request)), protocol_(std::move(protocol)) {
   beast::get_lowest_layer(stream_).socket().assign(family, descriptor.get());
   static_cast<void>(descriptor.release());
@@ -42,30 +43,38 @@ WebSocketSession::WebSocketSession(WebSocketThreads& threads, const asio::ip::tc
 
 template <class Step>
 auto WebSocketSession::onStrand(Step step) {
-  return [self = shared_from_this(), step](const Error& error = {}, std::size_t = 0) { step(*self, error); };
+  return [self = shared_from_this(), step](const Error& error = {}, std::size_t bytes = 0) {
+    if constexpr (std::is_invocable_v<Step, WebSocketSession&, const Error&, std::size_t>)
+      step(*self, error, bytes);
+    else
+      step(*self, error);
+  };
 }
 
-// On the thread that may wait. The session goes on, if it does, when the call has returned.
+// On a thread that may wait. The session goes on, if it does, when the call has returned.
 template <class Call>
 void WebSocketSession::callListener(Call call) {
-  asio::post(calls_, [self = shared_from_this(), call = std::move(call)] {
+  auto& thread = incoming_.takesLong ? threads_.longCalls() : threads_.calls();
+  asio::post(thread, [self = shared_from_this(), listener = listener_, call = std::move(call)] {
     try {
-      if (const auto listener = self->listener_.lock())
-        return call(*self, *listener);
-    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the end of the connection says it
-    } catch (const char*) {           // NOLINT(bugprone-empty-catch)
+      if (const auto held = listener.lock())
+        return call(*self, *held);
+    } catch (...) { // NOLINT(bugprone-empty-catch): the end of the connection says it
     }
     self->close();
   });
 }
 
-void WebSocketSession::start(std::weak_ptr<WebSocketBase::Listener> listener) {
-  listener_ = std::move(listener);
-  asio::post(strand_, [self = shared_from_this()] { self->accept(); });
+void WebSocketSession::start(std::weak_ptr<WebSocketBase::Listener> listener, WebSocketBase::Incoming incoming) {
+  asio::post(strand_, [self = shared_from_this(), listener = std::move(listener), incoming] {
+    self->listener_ = listener;
+    self->incoming_ = incoming;
+    self->accept();
+  });
 }
 
 void WebSocketSession::requestReady() {
-  if (!readyWanted_.exchange(true, std::memory_order_acq_rel))
+  if (!readyWanted_.exchange(true) && !sending_)
     asio::post(strand_, [self = shared_from_this()] { self->tellReady(); });
 }
 
@@ -82,19 +91,24 @@ void WebSocketSession::close() {
   asio::post(strand_, [self = shared_from_this()] {
     if (self->state_ == State::Handshake)
       self->shut();
-    if (self->state_ != State::Open)
-      return;
-    self->state_ = State::Closing;
-    self->stream_.async_close(websocket::close_code::going_away,
-                              self->onStrand([](WebSocketSession& session, const Error&) { session.end(); }));
+    else
+      self->end(websocket::close_code::going_away);
   });
 }
 
+void WebSocketSession::end(websocket::close_code why) {
+  if (state_ != State::Open)
+    return;
+  state_ = State::Closing;
+  stream_.async_close(why, onStrand([](WebSocketSession& session, const Error&) { session.ended(); }));
+}
+
+// It may have been closed before it was started.
 void WebSocketSession::accept() {
   if (state_ != State::Handshake)
-    return;
+    return callListener([](WebSocketSession&, WebSocketBase::Listener& listener) { listener.closed(); });
   stream_.set_option(websocket::stream_base::timeout{handshakeTime, silence, true});
-  stream_.read_message_max(WebSocketServer::messageLimit);
+  stream_.read_message_max(incoming_.limit);
   stream_.auto_fragment(false);
   if (!protocol_.empty())
     stream_.set_option(websocket::stream_base::decorator([this](websocket::response_type& response) {
@@ -112,22 +126,68 @@ void WebSocketSession::accept() {
 }
 
 void WebSocketSession::read() {
-  if (state_ == State::Ended)
+  if (reading_ || waiting_ || state_ != State::Open)
     return;
-  stream_.async_read(input_, onStrand([](WebSocketSession& session, const Error& error) { session.received(error); }));
+  if (!makeRoom())
+    return end(websocket::close_code::try_again_later);
+  reading_ = true;
+  stream_.async_read_some(asio::buffer(input_.data() + size_, input_.size() - size_),
+                          onStrand([](WebSocketSession& session, const Error& error, std::size_t bytes) {
+                            session.reading_ = false;
+                            if (error)
+                              session.shut();
+                            else
+                              session.received(bytes);
+                          }));
 }
 
-void WebSocketSession::received(const Error& error) {
-  if (error)
-    return shut();
-  std::string message = beast::buffers_to_string(input_.data());
-  input_.consume(input_.size());
-  if (input_.capacity() > keptInput)
-    input_.shrink_to_fit();
-  callListener([message = std::move(message)](WebSocketSession& session, WebSocketBase::Listener& listener) {
-    listener.received(message);
-    asio::post(session.strand_, [self = session.shared_from_this()] { self->read(); });
+// Memory is taken as the message comes, whatever length is announced.
+bool WebSocketSession::makeRoom() {
+  if (size_ < input_.size())
+    return true;
+  const std::size_t room = std::min(std::max(2 * size_, firstInput), incoming_.limit + 1);
+  if (room > freeInput && !memory_.grow(room)) {
+    input_ = {};
+    memory_ = {};
+    return false;
+  }
+  input_.resize(room);
+  return true;
+}
+
+void WebSocketSession::received(std::size_t bytes) {
+  if (size_ == 0)
+    begun_ = Clock::now();
+  size_ += bytes;
+  if (!stream_.is_message_done())
+    return read();
+  if (size_ <= firstInput) { // the room stays
+    waiting_.emplace(Message{input_.substr(0, size_), {}});
+  } else {
+    input_.resize(size_);
+    waiting_.emplace(Message{std::move(input_), std::move(memory_)});
+    input_ = {};
+  }
+  size_ = 0;
+  hand();
+  read();
+}
+
+// The memory is given back when the listener has returned.
+void WebSocketSession::hand() {
+  if (handed_ || !waiting_)
+    return;
+  handed_ = true;
+  callListener([message = std::make_shared<const Message>(std::move(*waiting_))](WebSocketSession& session,
+                                                                                 WebSocketBase::Listener& listener) {
+    listener.received(message->text);
+    asio::post(session.strand_, [self = session.shared_from_this()] {
+      self->handed_ = false;
+      self->hand();
+      self->read();
+    });
   });
+  waiting_.reset();
 }
 
 void WebSocketSession::sendNext() {
@@ -150,45 +210,49 @@ void WebSocketSession::sent(const Error& error) {
 
 // The wish is forgotten before the listener looks, so what comes while it looks is looked at afterwards.
 void WebSocketSession::tellReady() {
-  if (state_ != State::Open || sending_ || !readyWanted_.exchange(false, std::memory_order_acq_rel))
+  if (state_ != State::Open || sending_ || !readyWanted_.exchange(false))
     return;
   try {
     if (const auto listener = listener_.lock())
       listener->ready();
     else
       close();
-  } catch (const std::exception&) {
+  } catch (...) {
     shut();
   }
 }
 
 void WebSocketSession::watch() {
-  stall_.expires_after(lookTime);
-  stall_.async_wait(onStrand([](WebSocketSession& session, const Error& error) {
+  watch_.expires_after(lookTime);
+  watch_.async_wait(onStrand([](WebSocketSession& session, const Error& error) {
     if (error || session.state_ == State::Ended)
       return;
-    const std::uint64_t written = beast::get_lowest_layer(session.stream_).rate_policy().written();
-    const bool stalled = session.sending_ && written == session.lastWritten_;
-    session.stalledLooks_ = stalled ? session.stalledLooks_ + 1 : 0;
-    session.lastWritten_ = written;
-    if (session.stalledLooks_ == maxStalledLooks)
+    if (session.isTooSlow())
       session.shut();
     else
       session.watch();
   }));
 }
 
+bool WebSocketSession::isTooSlow() {
+  const std::uint64_t written = beast::get_lowest_layer(stream_).rate_policy().written();
+  const bool stalled = sending_ && written == lastWritten_;
+  stalledLooks_ = stalled ? stalledLooks_ + 1 : 0;
+  lastWritten_ = written;
+  return stalledLooks_ == maxStalledLooks || (size_ != 0 && Clock::now() - begun_ > messageTime);
+}
+
 // What is under way ends with an error.
 void WebSocketSession::shut() {
   beast::get_lowest_layer(stream_).close();
-  end();
+  ended();
 }
 
-void WebSocketSession::end() {
+void WebSocketSession::ended() {
   if (state_ == State::Ended)
     return;
   state_ = State::Ended;
-  stall_.cancel();
+  watch_.cancel();
   beast::get_lowest_layer(stream_).close();
   callListener([](WebSocketSession&, WebSocketBase::Listener& listener) { listener.closed(); });
 }

@@ -6,26 +6,27 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include <boost/asio/basic_waitable_timer.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/strand.hpp>
 #include <boost/beast/core/basic_stream.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/rate_policy.hpp>
+#include <boost/beast/websocket/rfc6455.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
 #include <vantiflux/platform/pelorn/Descriptor.h>
 #include <vantiflux/platform/pelorn/WebSocketBase.h>
+#include <vantiflux/platform/pelorn/WebSocketMemory.h>
 #include <vantiflux/platform/pelorn/WebSocketThreads.h>
 
 namespace Pelorn {
 
-/// What of a WebSocket connection lives in the event loop: all members but the atomic one are used on the strand alone.
-/// Handlers that are under way keep it.
+/// What of a WebSocket connection lives in the event loop. The loop has one thread, which is the strand: all members
+/// but the atomic ones are used there alone. Handlers that are under way keep the session.
 class WebSocketSession : public std::enable_shared_from_this<WebSocketSession> {
 public:
   /// `request` is the head of the client's request, and what came behind it.
@@ -33,7 +34,7 @@ public:
                    std::string request, std::string protocol);
 
   // From any thread.
-  void start(std::weak_ptr<WebSocketBase::Listener> listener);
+  void start(std::weak_ptr<WebSocketBase::Listener> listener, WebSocketBase::Incoming incoming);
   void requestReady();
   void send(std::string message, bool binary);
   void close();
@@ -55,13 +56,19 @@ private:
     std::uint64_t written_ = 0;
   };
 
-  using Strand = boost::asio::strand<boost::asio::io_context::executor_type>;
-  using Tcp = boost::beast::basic_stream<boost::asio::ip::tcp, Strand, Progress>;
-  using Timer = boost::asio::basic_waitable_timer<std::chrono::steady_clock,
-                                                  boost::asio::wait_traits<std::chrono::steady_clock>, Strand>;
+  using Executor = boost::asio::io_context::executor_type;
+  using Tcp = boost::beast::basic_stream<boost::asio::ip::tcp, Executor, Progress>;
+  using Clock = std::chrono::steady_clock;
+  using Timer = boost::asio::basic_waitable_timer<Clock, boost::asio::wait_traits<Clock>, Executor>;
   using Error = boost::system::error_code;
 
   enum class State { Handshake, Open, Closing, Ended };
+
+  /// A message of the client, with the room it takes.
+  struct Message {
+    std::string text;
+    WebSocketMemory memory;
+  };
 
   /// A handler on the strand: a step of this session, which it keeps.
   template <class Step>
@@ -69,29 +76,43 @@ private:
   template <class Call>
   void callListener(Call call);
   void accept();
+  void end(boost::beast::websocket::close_code why);
   void read();
-  void received(const Error& error);
+  bool makeRoom();
+  void received(std::size_t bytes);
+  void hand();
   void sendNext();
   void sent(const Error& error);
   void tellReady();
   void watch();
+  bool isTooSlow();
   void shut();
-  void end();
+  void ended();
 
-  boost::asio::io_context& calls_;
-  const Strand strand_;
+  WebSocketThreads& threads_;
+  const Executor strand_;
   boost::beast::websocket::stream<Tcp> stream_;
-  Timer stall_;
+  Timer watch_;
   std::string request_;
   const std::string protocol_;
-  boost::beast::flat_buffer input_;
   std::weak_ptr<WebSocketBase::Listener> listener_;
-  std::deque<std::pair<std::string, bool>> output_; ///< messages, and whether they are binary; the first is being sent
+  WebSocketBase::Incoming incoming_;
   State state_ = State::Handshake;
-  bool sending_ = false;
-  std::uint64_t lastWritten_ = 0; ///< when progress was looked at last
-  unsigned stalledLooks_ = 0;     ///< how often in a row there was none
 
+  std::string input_;    ///< room for a message, which is there in part
+  std::size_t size_ = 0; ///< of that part
+  WebSocketMemory memory_;
+  Clock::time_point begun_;        ///< when the message was
+  bool reading_ = false;           ///< a read is under way
+  std::optional<Message> waiting_; ///< a whole message that the listener has no time for yet; nothing is read meanwhile
+  bool handed_ = false;            ///< the listener has one
+
+  std::deque<std::pair<std::string, bool>> output_; ///< messages, and whether they are binary; the first is being sent
+  std::uint64_t lastWritten_ = 0;                   ///< when progress was looked at last
+  unsigned stalledLooks_ = 0;                       ///< how often in a row there was none
+
+  // Who wishes sees that a message is being sent, or the end of the sending sees the wish.
+  std::atomic<bool> sending_{false}; ///< written on the strand
   std::atomic<bool> readyWanted_{false};
 };
 

@@ -5,7 +5,8 @@
 #include <exception>
 #include <mutex>
 #include <system_error>
-#include <thread>
+
+#include <vantiflux/platform/tarsil/SysInfo.h>
 
 namespace Pelorn {
 
@@ -13,12 +14,12 @@ namespace {
 
 constexpr unsigned maxWireThreads = 4;
 
-/// Never destroyed: a connection may be closed while the process ends.
+/// Never destroyed: a connection may be closed while the process ends, and a thread that ended it comes to its own end
+/// later still.
 struct Shared {
   std::mutex lock; ///< guards the rest
   std::shared_ptr<WebSocketThreads> current;
-  std::vector<std::shared_ptr<WebSocketThreads>>
-      ending; ///< stopped, but somebody of theirs has not come to the end yet
+  bool ended = false;
 };
 
 Shared& shared() {
@@ -26,55 +27,65 @@ Shared& shared() {
   return *the;
 }
 
+} // namespace
+
+// The hint saves the loop from waking threads that it does not have.
+WebSocketThreads::Loop::Loop() : context(1), work(context.get_executor()), thread(this, &Loop::run) {}
+
 // A handler that throws must not take the others with it.
-int run(boost::asio::io_context& context) {
+int WebSocketThreads::Loop::run() {
   while (!context.stopped()) {
     try {
       context.run();
     } catch (const std::exception& e) {
       std::fprintf(stderr, "Exception in a WebSocket thread: %s\n", e.what());
+    } catch (...) {
+      std::fputs("Exception in a WebSocket thread\n", stderr);
     }
   }
   return 0;
 }
 
-} // namespace
-
-WebSocketThreads::WebSocketThreads() : wireWork_(wire_.get_executor()), callsWork_(calls_.get_executor()) {}
+WebSocketThreads::WebSocketThreads() {
+  const unsigned count = std::clamp(Tarsil::SysInfo::the().getNumberOfProcessors(), 1U, maxWireThreads);
+  for (unsigned i = 0; i < count; ++i)
+    order_.push_back(&wires_.emplace_back());
+}
 
 WebSocketThreads::~WebSocketThreads() = default;
 
-int WebSocketThreads::runWire() {
-  return run(wire_);
+WebSocketThreads::Context& WebSocketThreads::wire() noexcept {
+  return order_[next_.fetch_add(1, std::memory_order_relaxed) % order_.size()]->context;
 }
 
-int WebSocketThreads::runCalls() {
-  return run(calls_);
+template <class Call>
+void WebSocketThreads::forEach(Call call) {
+  call(calls_);
+  call(longCalls_);
+  for (Loop& loop : wires_)
+    call(loop);
 }
 
 void WebSocketThreads::start() {
-  const unsigned count = std::clamp(std::thread::hardware_concurrency(), 1U, maxWireThreads);
-  for (unsigned i = 0; i < count; ++i)
-    threads_.push_back(std::make_unique<Thread>(this, &WebSocketThreads::runWire));
-  threads_.push_back(std::make_unique<Thread>(this, &WebSocketThreads::runCalls));
-  for (const auto& thread : threads_)
-    if (!thread->start()) {
-      stop();
-      throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
-    }
+  bool started = true;
+  forEach([&](Loop& loop) { started = started && loop.thread.start(); });
+  if (started)
+    return;
+  stop();
+  throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
 }
 
 bool WebSocketThreads::stop() {
-  wire_.stop();
-  calls_.stop();
+  forEach([](Loop& loop) { loop.context.stop(); });
   bool ended = true;
-  for (const auto& thread : threads_)
-    ended = thread->join() && ended;
+  forEach([&](Loop& loop) { ended = loop.thread.join() && ended; });
   return ended;
 }
 
 std::shared_ptr<WebSocketThreads> WebSocketThreads::get() {
   const std::lock_guard guard(shared().lock);
+  if (shared().ended)
+    throw std::system_error(std::make_error_code(std::errc::operation_canceled));
   if (shared().current == nullptr) {
     auto threads = std::make_shared<WebSocketThreads>();
     threads->start();
@@ -84,18 +95,16 @@ std::shared_ptr<WebSocketThreads> WebSocketThreads::get() {
 }
 
 void WebSocketThreads::end() {
-  std::vector<std::shared_ptr<WebSocketThreads>> ending;
+  std::shared_ptr<WebSocketThreads> ending;
   {
     const std::lock_guard guard(shared().lock);
-    ending.swap(shared().ending);
-    if (shared().current != nullptr)
-      ending.push_back(std::move(shared().current));
-    shared().current = nullptr;
+    shared().ended = true;
+    ending.swap(shared().current);
   }
-  // What is given up here waits for the next call, at the end of the process at the latest.
-  std::erase_if(ending, [](const auto& threads) { return threads->stop(); });
+  if (ending == nullptr || ending->stop())
+    return;
   const std::lock_guard guard(shared().lock);
-  shared().ending.insert(shared().ending.end(), ending.begin(), ending.end());
+  shared().current = std::move(ending);
 }
 
 } // namespace Pelorn

@@ -1,28 +1,31 @@
 #pragma once
 
+#include <atomic>
+#include <cstddef>
+#include <list>
 #include <memory>
 #include <vector>
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 
-#include <vantiflux/Export.h>
 #include <vantiflux/platform/tarsil/ObjectThread.h>
 
 namespace Pelorn {
 
-/// The threads of all WebSocket connections of the process: some that read and send and never wait, and one for calls
-/// that may wait for locks. They are started by the first connection.
+/// The threads of all WebSocket connections of the process: some that read and send and never wait, one for calls that
+/// may wait for locks, and one for calls that take long besides. They are started by the first connection.
 ///
-/// Handlers that wait in the loops keep their connections, and are destroyed with them.
+/// Each thread has a loop of its own: what is posted there runs one after the other. Handlers that wait in the loops
+/// keep their connections, and are destroyed with them.
 class WebSocketThreads {
 public:
   using Context = boost::asio::io_context;
 
-  /// Starts them if there are none. Throws std::system_error when the system refuses threads.
+  /// Starts them if there are none. Throws std::system_error when the system refuses threads, and after `end`.
   static std::shared_ptr<WebSocketThreads> get();
-  /// Stops the threads, and with them all connections, and waits for their end, lending the mutexes that this thread
-  /// holds. Called on one of them, that one ends when the call has returned.
+  /// Stops the threads for good, and with them all connections, and waits for their end, lending the mutexes that this
+  /// thread holds. Called on one of them, that one ends when the call has returned.
   static void end();
 
   WebSocketThreads();
@@ -30,25 +33,33 @@ public:
   WebSocketThreads(const WebSocketThreads&) = delete;
   WebSocketThreads& operator=(const WebSocketThreads&) = delete;
 
-  /// For what must not wait.
-  Context& wire() noexcept { return wire_; }
+  /// For what must not wait: one of several, each in its turn.
+  Context& wire() noexcept;
   /// For what may.
-  Context& calls() noexcept { return calls_; }
+  Context& calls() noexcept { return calls_.context; }
+  /// For what may, and others should not have to wait for.
+  Context& longCalls() noexcept { return longCalls_.context; }
 
 private:
-  using Thread = Tarsil::ObjectThread<WebSocketThreads>;
-  using Work = boost::asio::executor_work_guard<Context::executor_type>;
+  struct Loop {
+    Loop();
+    int run();
+
+    Context context;
+    boost::asio::executor_work_guard<Context::executor_type> work;
+    Tarsil::ObjectThread<Loop> thread; ///< goes first
+  };
 
   void start();
   bool stop();
-  int runWire();
-  int runCalls();
+  template <class Call>
+  void forEach(Call call);
 
-  Context wire_;
-  Context calls_;
-  Work wireWork_;
-  Work callsWork_;
-  std::vector<std::unique_ptr<Thread>> threads_; ///< go first
+  std::list<Loop> wires_;    ///< go last: connections that wait elsewhere live here
+  std::vector<Loop*> order_; ///< of the wires
+  Loop calls_;
+  Loop longCalls_;
+  std::atomic<std::size_t> next_{0};
 };
 
 } // namespace Pelorn

@@ -15,9 +15,11 @@ HTTPObserver::HTTPObserver(Reply& reply, const Request& request, boost::shared_p
   if (request.method == "GET" && request.query.empty())
     replyGET(reply, data);
   else if (request.method == "POST")
-    replyPOST(request.body);
+    replyPOST(reply, request.body);
+  else if (request.method == "PUT")
+    replyPUT(reply, request.body);
   else if (request.method == "DELETE")
-    replyDELETE();
+    replyDELETE(reply);
 }
 
 void HTTPObserver::replyGET(Reply& reply, bool data) {
@@ -27,14 +29,17 @@ void HTTPObserver::replyGET(Reply& reply, bool data) {
     resource_->desc(reply, format_);
 }
 
-void HTTPObserver::replyPOST(const std::string& body) {
+// There is nothing that a client could put: nodes are not made this way.
+void HTTPObserver::replyPUT(Reply& /*reply*/, const std::string& /*body*/) {}
+
+void HTTPObserver::replyPOST(Reply& /*reply*/, const std::string& body) {
   if (auto* const attribute = dynamic_cast<VCAttribute*>(resource_.get()))
     attribute->write(body);
 }
 
 // A node stays in the tree: it is only looked for, in the root, and one that stands elsewhere makes the request fail.
-void HTTPObserver::replyDELETE() {
-  WebSocketObservers::the().unlist(*resource_);
+void HTTPObserver::replyDELETE(Reply& /*reply*/) {
+  WebSocketObservers::the().unlist(resource_);
   if (dynamic_cast<VCElement*>(resource_.get()) == nullptr)
     return;
   const TreeAccess access;

@@ -11,7 +11,7 @@
 namespace REST {
 
 /// Acts on one request, by its method: GET without a query reads, POST writes, DELETE takes observers out of the list.
-/// All others do nothing. Throws what the resource throws.
+/// All others do nothing. All operations throw what the resource throws.
 class VANTIFLUX_API HTTPObserver {
 public:
   using Request = Pelorn::ProtocolHTTP::Request;
@@ -21,11 +21,12 @@ public:
   HTTPObserver(Reply& reply, const Request& request, boost::shared_ptr<VCType> resource, const std::string& format,
                bool data);
 
-private:
   void replyGET(Reply& reply, bool data);
-  void replyPOST(const std::string& body);
-  void replyDELETE();
+  void replyPUT(Reply& reply, const std::string& body);
+  void replyPOST(Reply& reply, const std::string& body);
+  void replyDELETE(Reply& reply);
 
+private:
   const boost::shared_ptr<VCType> resource_;
   const std::string format_;
 };

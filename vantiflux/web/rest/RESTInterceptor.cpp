@@ -14,6 +14,7 @@ RESTInterceptor::RESTInterceptor() {
 
 // Those of this server alone: another may have taken its place in the tree while the last request was still answered.
 RESTInterceptor::~RESTInterceptor() {
+  closeAndWait();
   WebSocketObservers::the().clear(this);
 }
 

@@ -11,7 +11,7 @@ namespace REST {
 class VANTIFLUX_API RESTInterceptor final : public Pelorn::ThreadedWebServer {
 public:
   RESTInterceptor();
-  /// Ends the WebSockets that clients of this server have.
+  /// Waits for requests, and ends the WebSockets that clients of this server have.
   ~RESTInterceptor() override;
 
   unsigned handleRequest(Pelorn::WebClient& client, Pelorn::ProtocolHTTP::Request& request) override;

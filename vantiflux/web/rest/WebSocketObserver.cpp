@@ -1,10 +1,13 @@
 #include <vantiflux/web/rest/WebSocketObserver.h>
 
-#include <exception>
 #include <utility>
+#include <vector>
 
+#include <vantiflux/core/Labels.h>
+#include <vantiflux/core/RetiredSlots.h>
 #include <vantiflux/core/Root.h>
 #include <vantiflux/core/TreeLock.h>
+#include <vantiflux/platform/pelorn/WebSocketServer.h>
 #include <vantiflux/values/SlotTypes.h>
 #include <vantiflux/web/rest/SlotText.h>
 #include <vantiflux/web/rest/TreeAccess.h>
@@ -14,6 +17,28 @@
 namespace REST {
 
 using namespace Vantiflux;
+
+namespace {
+
+/// A step that the next one does not depend on. What listeners throw has nobody here to go to.
+template <class Step>
+void carryOut(Step step) noexcept {
+  try {
+    step();
+  } catch (...) { // NOLINT(bugprone-empty-catch)
+  }
+}
+
+// A tree that was saved while a client watched, and loaded again, still has that client's route.
+void removeRoutesTo(const std::string& label) {
+  std::vector<Route> routes;
+  Root::the().getRoutesTo(label, routes);
+  for (const Route& route : routes)
+    if (Labels::lower(route.to) == label)
+      Root::the().removeRoute(route.from, route.to);
+}
+
+} // namespace
 
 WebSocketObserver::WebSocketObserver(std::unique_ptr<Pelorn::WebSocketBase> socket, std::string label,
                                      boost::shared_ptr<VCAttribute> attribute, const std::string& extension,
@@ -28,32 +53,42 @@ WebSocketObserver::WebSocketObserver(std::unique_ptr<Pelorn::WebSocketBase> sock
 
 WebSocketObserver::~WebSocketObserver() = default;
 
+bool WebSocketObserver::writes() const {
+  return attribute_->getKind() == VCAttribute::Kind::InSlot && format_ == "string";
+}
+
 void WebSocketObserver::start() {
-  socket_->start(weak_from_this());
+  Pelorn::WebSocketBase::Incoming incoming;
+  if (writes())
+    incoming = {Pelorn::WebSocketServer::messageLimit, attribute_->getType().name == "jpg"};
+  socket_->start(weak_from_this(), incoming);
   if (attribute_->getKind() == VCAttribute::Kind::Field)
-    socket_->sendMessage(attribute_->getFieldValue());
+    sendMessage(attribute_->getFieldValue(), false);
   else if (attribute_->getKind() == VCAttribute::Kind::OutSlot)
     subscribe();
 }
 
-// The value that the slot has already comes from inside `addRoute`.
+// The value that the slot has already comes from inside `addRoute`. Each step may lend the lock of structure to a
+// thread that stops the observer.
 void WebSocketObserver::subscribe() {
   const TreeAccess access;
+  removeRoutesTo(label_);
   const BasicOutSlot* const outSlot = stopped_ ? nullptr : attribute_->findOutSlot();
   if (outSlot == nullptr)
     return stop();
   const std::shared_ptr<BasicInSlot> inSlot = outSlot->createMatchingInSlot();
+  inSlot->addListener(*this);
   {
     const std::lock_guard guard(lock_);
     inSlot_ = inSlot;
   }
-  inSlot->addListener(*this);
   Root::the().addInSlot(label_, inSlot.get());
-  Root::the().addRoute(source_, label_);
+  if (!stopped_)
+    Root::the().addRoute(source_, label_);
 }
 
-// Once out of the root, nothing is delivered to the slot any more; who still reads it keeps it.
-void WebSocketObserver::stop() {
+// A delivery may be under way in the slot, on a thread that has lent the lock of structure.
+void WebSocketObserver::stop() noexcept {
   std::shared_ptr<BasicInSlot> inSlot;
   {
     const TreeLock lock;
@@ -63,13 +98,23 @@ void WebSocketObserver::stop() {
       inSlot.swap(inSlot_);
     }
     if (inSlot != nullptr) {
-      Root::the().removeRoute(source_, label_);
-      Root::the().removeInSlot(label_, inSlot.get());
+      carryOut([&] { Root::the().removeRoute(source_, label_); });
+      carryOut([&] { Root::the().removeInSlot(label_, inSlot.get()); });
     }
   }
-  if (inSlot != nullptr)
-    inSlot->removeListener(*this);
-  socket_->close();
+  if (inSlot != nullptr) {
+    carryOut([&] { inSlot->removeListener(*this); });
+    const Slot* const slot = inSlot.get();
+    carryOut([&] { retireSlot(std::move(inSlot), slot); });
+  }
+  carryOut([this] { socket_->close(); });
+}
+
+void WebSocketObserver::sendMessage(std::string message, bool binary) {
+  if (binary)
+    socket_->sendBinaryMessage(std::move(message));
+  else
+    socket_->sendMessage(std::move(message));
 }
 
 void WebSocketObserver::newData(BasicInSlot&) {
@@ -84,25 +129,25 @@ void WebSocketObserver::ready() {
     inSlot = inSlot_;
   }
   if (inSlot != nullptr && format_ == "string" && !inSlot->empty())
-    socket_->sendMessage(REST::toString<BasicInSlot, InSlot>(inSlot.get()));
+    sendMessage(REST::toString<BasicInSlot, InSlot>(inSlot.get()), false);
 }
 
-// A text that is no value is the client's own affair.
 void WebSocketObserver::received(const std::string& message) {
-  if (format_ != "string")
-    return;
-  try {
-    attribute_->write(message);
-  } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
-  }
+  recvMessage(message);
+}
+
+// A text that is no value is the client's own affair, and what listeners throw is not the client's.
+void WebSocketObserver::recvMessage(const std::string& message) {
+  if (writes())
+    carryOut([&] { attribute_->write(message); });
 }
 
 void WebSocketObserver::closed() {
   WebSocketObservers::the().release(*this);
 }
 
-bool belongsTo(const VCType& resource, const WebSocketObserver& observer) {
-  return resource.getNode() == observer.getAttribute().getNode();
+bool belongsTo(const boost::shared_ptr<VCType>& resource, const WebSocketObserver* observer) {
+  return resource->getNode() == observer->getAttribute().getNode();
 }
 
 } // namespace REST

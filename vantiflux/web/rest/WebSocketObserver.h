@@ -25,6 +25,8 @@ namespace REST {
 /// a field's text, and nothing read. A value that comes while an earlier one is being sent takes the place of one that
 /// waits, so a slow client gets fewer values; it always gets the last one.
 ///
+/// What is written may have 16 MiB, any other message 64 KiB.
+///
 /// Values of an out-slot come by a route in the root, from "node/attribute" to an in-slot of the observer's own there.
 ///
 /// *Threads.* `newData` runs in the writer's thread, and only tells the connection. The text is made on a thread of the
@@ -38,10 +40,17 @@ public:
                     boost::shared_ptr<VCAttribute> attribute, const std::string& extension, std::string name);
   ~WebSocketObserver() override;
 
-  /// Subscribes, and has the connection begin.
+  /// Subscribes, and has the connection begin. What throws, because of a listener or because the root has been
+  /// disabled, leaves it to the caller to stop.
   void start();
-  /// Takes the in-slot and its route out of the root and closes the connection. From any thread, any number of times.
-  void stop();
+  /// Takes the in-slot and its route out of the root and closes the connection, whatever listeners throw meanwhile.
+  /// From any thread, any number of times.
+  void stop() noexcept;
+
+  /// Sends the text of a value. A lost connection stops the observer.
+  void sendMessage(std::string message, bool binary);
+  /// Writes what a client has sent into the in-slot.
+  void recvMessage(const std::string& message);
 
   const std::string& getLabel() const noexcept { return label_; }
   const std::string& getName() const noexcept { return name_; }
@@ -56,6 +65,7 @@ public:
 
 private:
   void subscribe();
+  bool writes() const;
 
   const std::string label_;
   const boost::shared_ptr<VCAttribute> attribute_;
@@ -71,6 +81,6 @@ private:
 };
 
 /// Whether the observer's attribute belongs to the resource's node.
-VANTIFLUX_API bool belongsTo(const VCType& resource, const WebSocketObserver& observer);
+VANTIFLUX_API bool belongsTo(const boost::shared_ptr<VCType>& resource, const WebSocketObserver* observer);
 
 } // namespace REST

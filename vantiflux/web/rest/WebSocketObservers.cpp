@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include <vantiflux/platform/pelorn/WebSocketServer.h>
 #include <vantiflux/platform/pelorn/WebSocketThreads.h>
 #include <vantiflux/web/rest/WebSocketObserver.h>
 
@@ -38,22 +39,26 @@ void WebSocketObservers::add(std::unique_ptr<Pelorn::WebSocketBase> socket, boos
   std::shared_ptr<WebSocketObserver> observer;
   {
     const std::lock_guard guard(lock_);
-    if (ended_ || observers_.size() >= limit)
+    if (ended_ || observers_.size() >= Pelorn::WebSocketServer::getMaxConnections())
       return;
     observer = std::make_shared<WebSocketObserver>(std::move(socket), "ws" + std::to_string(++counter_),
                                                    std::move(attribute), extension, name);
     observers_.push_back({observer, served});
     websockets_.push_back(observer.get());
   }
-  observer->start();
+  try {
+    observer->start();
+  } catch (...) { // the end of the connection says it
+    release(*observer);
+  }
 }
 
-void WebSocketObservers::unlist(const VCType& resource) {
+void WebSocketObservers::unlist(const boost::shared_ptr<VCType>& resource) {
   const std::lock_guard guard(lock_);
-  std::erase_if(websockets_, [&](const WebSocketObserver* observer) { return belongsTo(resource, *observer); });
+  std::erase_if(websockets_, [&](const WebSocketObserver* observer) { return belongsTo(resource, observer); });
 }
 
-void WebSocketObservers::release(WebSocketObserver& observer) {
+void WebSocketObservers::release(WebSocketObserver& observer) noexcept {
   observer.stop();
   std::shared_ptr<WebSocketObserver> last;
   const std::lock_guard guard(lock_);

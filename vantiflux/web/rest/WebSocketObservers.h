@@ -34,14 +34,14 @@ public:
     Serving& operator=(const Serving&) = delete;
   };
 
-  /// Makes the observer "ws1", "ws2" and so on and starts it. Closes the connection when there are too many already,
-  /// and when the process is about to end.
+  /// Makes the observer "ws1", "ws2" and so on and starts it. Closes the connection when there are too many already
+  /// (see WebSocketServer), when the process is about to end, and when starting throws.
   void add(std::unique_ptr<Pelorn::WebSocketBase> socket, boost::shared_ptr<VCAttribute> attribute,
            const std::string& extension, const std::string& name);
   /// Takes those that belong to the resource's node out of the list. They go on.
-  void unlist(const VCType& resource);
+  void unlist(const boost::shared_ptr<VCType>& resource);
   /// Stops an observer whose connection has ended, and lets go of it.
-  void release(WebSocketObserver& observer);
+  void release(WebSocketObserver& observer) noexcept;
   /// Stops all, or those that were made while that server was served. When it returns, none of them has a slot in the
   /// tree.
   void clear(const void* server = nullptr);
@@ -51,8 +51,6 @@ public:
   /// How many there are, and how many of them are in the list.
   std::size_t size() const;
   std::size_t listed() const;
-
-  static constexpr std::size_t limit = 1024;
 
 private:
   struct Entry {

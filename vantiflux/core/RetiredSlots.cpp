@@ -1,11 +1,10 @@
-#include <vantiflux/net/RetiredSlots.h>
+#include <vantiflux/core/RetiredSlots.h>
 
 #include <mutex>
 #include <utility>
 #include <vector>
 
-#include <vantiflux/core/BasicOutSlot.h>
-#include <vantiflux/values/BasicDecoder.h>
+#include <vantiflux/core/Slot.h>
 
 namespace Vantiflux {
 
@@ -42,13 +41,6 @@ void retireSlot(std::shared_ptr<void> owner, const Slot* slot) {
     over.push_back(std::move(list[i]));
     list.erase(list.begin() + static_cast<std::ptrdiff_t>(i));
   }
-}
-
-std::shared_ptr<BasicDecoder> retireAtLast(std::unique_ptr<BasicDecoder> decoder) {
-  return {decoder.release(), [](BasicDecoder* last) {
-            const Slot* const slot = last->getOutSlot();
-            retireSlot(std::unique_ptr<BasicDecoder>(last), slot);
-          }};
 }
 
 } // namespace Vantiflux
