@@ -20,6 +20,7 @@ using Vantiflux::Image;
 namespace {
 
 constexpr int quality = 85;
+constexpr std::size_t usualBytes = std::size_t{32} << 20;
 constexpr std::uint64_t largestSide = 65500; ///< that JPEG can express
 
 /// A JPEG stream in memory, encoded from an image of three or four bytes a pixel. Empty when that is not possible.
@@ -82,10 +83,12 @@ void valueFromString(const std::string& text, Vantiflux::SmartPtr<Image>& value)
   if (base64_dec(reinterpret_cast<const unsigned char*>(text.data()), text.size(), file.get(), &size) == 0)
     throw std::runtime_error("Error converting image");
   const PictureDecoder picture(file.get(), size);
+  const std::size_t bytes = std::size_t{picture.width()} * picture.height() * 3;
   if (!value)
     value.acquire();
+  if (bytes <= usualBytes && value->capacity() > usualBytes)
+    *value = Image(); // the pool need not keep the buffer of a huge picture
   value->setParameters(picture.width(), picture.height(), Image::RGB24);
-  const std::size_t bytes = std::size_t{picture.width()} * picture.height() * 3;
   std::copy_n(picture.pixels(), std::min(bytes, value->capacity()), value->data());
 }
 
