@@ -56,12 +56,16 @@ public:
   explicit TypedValue(T value) : value_(std::move(value)) {}
 
   std::string text() const override {
-    if constexpr (std::is_same_v<T, std::string>)
+    if constexpr (std::is_same_v<T, std::string>) {
       return value_;
-    std::ostringstream stream;
-    stream.imbue(std::locale::classic());
-    write(stream, value_);
-    return std::move(stream).str();
+    } else if constexpr (std::is_same_v<T, SmartPtr<Image>>) {
+      return imageToString(value_.get()); // long, and not to be copied on its way
+    } else {
+      std::ostringstream stream;
+      stream.imbue(std::locale::classic());
+      write(stream, value_);
+      return std::move(stream).str();
+    }
   }
 
   std::string floats() const override {

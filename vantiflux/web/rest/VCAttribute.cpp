@@ -220,7 +220,10 @@ std::string VCAttribute::valueText() {
 }
 
 void VCAttribute::dataToString(Reply& reply) {
-  reply.body += valueText();
+  if (reply.body.empty())
+    reply.body = valueText();
+  else
+    reply.body += valueText();
 }
 
 void VCAttribute::dataToXML(Reply& reply) {
