@@ -32,14 +32,13 @@ using namespace Vantiflux;
 constexpr int touches = 30;
 
 std::string bigEndian(std::uint32_t value) {
-  std::string bytes;
-  for (int shift = 24; shift >= 0; shift -= 8)
-    bytes += static_cast<char>(value >> shift);
-  return bytes;
+  return RFBMessage().u32(value).bytes();
 }
 
 std::string padded(std::string text) {
-  text.resize((text.size() / 4 + 1) * 4, '\0');
+  do
+    text += '\0';
+  while (text.size() % 4 != 0);
   return text;
 }
 

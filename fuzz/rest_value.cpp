@@ -8,6 +8,12 @@
 #include <vantiflux/values/SlotTypes.h>
 #include <vantiflux/web/rest/SlotText.h>
 
+// A host's own kind of slot.
+template <>
+struct Vantiflux::TypeName<int> {
+  static const char* getName() { return "int"; }
+};
+
 namespace {
 
 using namespace Vantiflux;
@@ -43,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   fuzz::Input input(bytes, size);
   const std::uint8_t choice = input.byte();
   const std::string text = input.rest();
-  switch (choice % 6) {
+  switch (choice % 7) {
   case 0:
     check<float>(text);
     break;
@@ -58,6 +64,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     break;
   case 4:
     check<std::string>(text);
+    break;
+  case 5:
+    check<int>(text);
     break;
   default:
     check<SmartPtr<Image>>(text);

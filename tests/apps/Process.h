@@ -1,10 +1,12 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <fcntl.h>
@@ -14,6 +16,12 @@
 #include <unistd.h>
 
 namespace test {
+
+/// The words of a program that does not outlive this one, however it ends.
+inline std::vector<std::string> mortal(std::vector<std::string> words) {
+  words.insert(words.begin(), {"/usr/bin/setpriv", "--pdeathsig", "KILL"});
+  return words;
+}
 
 /// A program that was started with its standard output and standard error in pipes.
 class Process {
@@ -65,10 +73,15 @@ public:
     out_ = -1;
   }
 
-  /// The exit status, or the negative number of the signal that ended it.
-  int wait() {
+  /// The exit status, or the negative number of the signal that ended it. It is killed if it goes on for that long.
+  int wait(std::chrono::seconds limit = std::chrono::seconds(120)) {
     int status = 0;
-    waitpid(pid_, &status, 0);
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (waitpid(pid_, &status, WNOHANG) == 0) {
+      if (std::chrono::steady_clock::now() > end)
+        kill(pid_, SIGKILL);
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
     ended_ = true;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   }

@@ -42,7 +42,7 @@ public:
 private:
   static std::vector<std::string> complete(std::vector<std::string> words) {
     words.insert(words.begin(), {HOST_PROGRAM, "simulate"});
-    return words;
+    return mortal(std::move(words));
   }
   std::string place_;
 };

@@ -1,11 +1,15 @@
 #pragma once
 
 #include <array>
+#include <chrono>
+#include <csignal>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -27,21 +31,37 @@ inline std::string lineOf(Process& process) {
   return line;
 }
 
-/// The words of a program that does not outlive this one, however it ends.
-inline Words mortal(Words words) {
-  words.insert(words.begin(), {"/usr/bin/setpriv", "--pdeathsig", "KILL"});
-  return words;
-}
+/// A program that is asked to end, so that it leaves nothing behind in the system; an X server has sockets there.
+class TidyProcess : public Process {
+public:
+  using Process::Process;
+  ~TidyProcess() {
+    signal(SIGTERM);
+    wait(std::chrono::seconds(5));
+  }
+};
 
-/// A socket of the system's choice that listens on the loopback interface, to be given to a server.
+/// A port of the system's choice on the loopback interface.
 class Listener {
 public:
-  Listener() : fd_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  explicit Listener(bool listens = true) : fd_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     EXPECT_EQ(::bind(fd_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(::listen(fd_.get(), 5), 0);
+    if (listens)
+      listen();
+  }
+  /// Until then it refuses whoever comes.
+  void listen() const { EXPECT_EQ(::listen(fd_.get(), 5), 0); }
+  /// The next one who comes, who is told so much.
+  Pelorn::Descriptor greet(const std::string& words) const {
+    pollfd entry{fd(), POLLIN, 0};
+    Pelorn::Descriptor peer(::poll(&entry, 1, 30000) == 1 ? ::accept4(fd(), nullptr, nullptr, SOCK_CLOEXEC) : -1);
+    const timeval limit{30, 0};
+    EXPECT_EQ(::setsockopt(peer.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit), 0);
+    EXPECT_EQ(::send(peer.get(), words.data(), words.size(), MSG_NOSIGNAL), static_cast<ssize_t>(words.size()));
+    return peer;
   }
   int fd() const { return fd_.get(); }
   std::string port() const { return std::to_string(Pelorn::SocketAddress::localOf(fd_.get()).getServicePort()); }
@@ -82,7 +102,7 @@ private:
     return mortal(all);
   }
   Listener listener_;
-  Process server_;
+  TidyProcess server_;
 };
 
 /// x11vnc, which shows the screen of another X server.
@@ -108,23 +128,12 @@ public:
 private:
   /// Without a port if another took it all the same.
   void serve(const Words& security) {
-    Words words{"/usr/bin/x11vnc",
-                "-display",
-                display_,
-                "-localhost",
-                "-noipv6",
-                "-rfbport",
-                std::to_string(freePort()),
-                "-forever",
-                "-shared",
-                "-noxdamage",
-                "-wait",
-                "10",
-                "-defer",
-                "10",
-                "-nap"};
+    Words words{
+        "/usr/bin/x11vnc", "-display", display_,     "-localhost", "-noipv6", "-rfbport", std::to_string(freePort()),
+        "-forever",        "-shared",  "-noxdamage", "-wait",      "10",      "-defer",   "10",
+        "-nonap"};
     words.insert(words.end(), security.begin(), security.end());
-    server_ = std::make_unique<Process>(mortal(words));
+    server_ = std::make_unique<TidyProcess>(mortal(words));
     for (std::string line = server_->readLine(); !line.empty() && port_.empty(); line = server_->readLine())
       if (line.rfind("PORT=", 0) == 0 && line != "PORT=0\n") {
         port_ = line.substr(5, line.size() - 6);
@@ -133,8 +142,8 @@ private:
   }
 
   std::string encodings_;
-  Process screen_;
-  std::unique_ptr<Process> server_;
+  TidyProcess screen_;
+  std::unique_ptr<TidyProcess> server_;
 };
 
 /// The program on a screen.

@@ -14,12 +14,14 @@
 #include <devices/VNCSupport.h>
 #include <platform/Printed.h>
 #include <vantiflux/core/InterruptedException.h>
+#include <vantiflux/core/TreeLock.h>
 #include <vantiflux/devices/RFBStream.h>
 #include <vantiflux/platform/pelorn/ServerSocket.h>
 
 namespace {
 
 using namespace Vantiflux;
+using test::Listener;
 using test::VNCClient;
 
 /// As far as a server gets.
@@ -41,24 +43,12 @@ std::string screenOf(unsigned width, unsigned height) {
 }
 const std::string screen = screenOf(40, 30);
 
-/// A server that says so much to whoever comes.
-struct Server {
-  Server() { socket.open("127.0.0.1", 0); }
-  std::string port() const { return std::to_string(socket.getLocalAddress().getServicePort()); }
-  std::unique_ptr<Pelorn::Socket> greet(const std::string& words) {
-    auto peer = socket.accept();
-    test::send(*peer, words);
-    return peer;
-  }
-  Pelorn::ServerSocket socket;
-};
-
 std::string rectangle(unsigned x, unsigned y, unsigned width, unsigned height, std::uint32_t encoding) {
   return RFBMessage().u32(1).u16(x).u16(y).u16(width).u16(height).u32(encoding).bytes();
 }
 
 TEST(VNCTrouble, StopsAtAnyMoment) {
-  Server server;
+  const Listener server;
   const std::string pixels = rectangle(0, 0, 40, 30, 0) + "some of the pixels";
   const std::vector<std::string> moments{
       "", "RFB 0", letIn.substr(0, 14), letIn, screen.substr(0, screen.size() - 2), screen, screen + pixels};
@@ -66,7 +56,7 @@ TEST(VNCTrouble, StopsAtAnyMoment) {
   server.greet(""); // or it would be there instead of the next
   client.ns.disable();
   for (const std::string& words : moments) {
-    std::unique_ptr<Pelorn::Socket> peer;
+    Pelorn::Descriptor peer;
     const auto begin = [&] {
       client.ns.enable();
       peer = server.greet(words);
@@ -88,7 +78,7 @@ TEST(VNCTrouble, StopsInTheMidstOfAnUpdate) {
   update.u16(0).u16(small + large);
   for (unsigned i = 0; i < small + large; ++i)
     update.u16(0).u16(1).u16(i < small ? 1 : 4096).u16(i < small ? 1 : 2047).u32(1).u32(0);
-  Server server;
+  const Listener server;
   const test::Printed printed;
   VNCClient client(server.port());
   const auto peer = server.greet(screenOf(4096, 2048) + update.bytes());
@@ -118,7 +108,7 @@ TEST(VNCTrouble, StopsWhileNobodyAnswers) {
 }
 
 TEST(VNCTrouble, SaysHowItEnded) {
-  Server server;
+  const Listener server;
   struct Case {
     std::string words;
     Node::State state;
@@ -133,7 +123,7 @@ TEST(VNCTrouble, SaysHowItEnded) {
            {screen + "\x4D", Node::Sleeping, "Got unknown message 77"},
            {screen + rectangle(0, 0, 1, 1, 99), Node::Sleeping, "Unknown encoding 99"},
        }) {
-    server.greet(c.words)->shutdownOutput(); // and the client goes too
+    ::shutdown(server.greet(c.words).get(), SHUT_WR); // and the client goes too
     EXPECT_TRUE(test::eventually([&] { return client.node->getShortInfo() == c.info; })) << c.info;
     EXPECT_EQ(client.node->getState(), c.state) << c.info;
     EXPECT_EQ(client.log().back(), c.info);
@@ -142,16 +132,21 @@ TEST(VNCTrouble, SaysHowItEnded) {
   }
 }
 
+// What is told of the last time does not outlive the next one.
 TEST(VNCTrouble, TellsThatThereIsNoServer) {
-  std::string port;
+  const Listener server(false);
+  VNCClient client(server.port());
+  EXPECT_TRUE(client.reaches(Node::Error));
+  EXPECT_EQ(client.node->getShortInfo(), "Cannot connect to 127.0.0.1: " + server.port());
+  server.listen();
   {
-    const test::Listener other; // bound, and closed to others
-    port = other.port();
-    ::shutdown(other.fd(), SHUT_RDWR);
-    VNCClient client(port);
-    EXPECT_TRUE(client.reaches(Node::Error));
-    EXPECT_EQ(client.node->getShortInfo(), "Cannot connect to 127.0.0.1: " + port);
+    const TreeLock lock;
+    client.node->stop();
+    client.node->start();
   }
+  server.greet(screen.substr(0, screen.size() - 2));
+  EXPECT_TRUE(client.reaches(Node::Sleeping));
+  EXPECT_TRUE(test::eventually([&] { return client.node->getShortInfo() == "Connection lost"; }));
 }
 
 /// A server that can take little at once, and listens when it is asked to.
@@ -164,10 +159,7 @@ public:
     EXPECT_EQ(::setsockopt(listener_.fd(), IPPROTO_TCP, TCP_MAXSEG, &segment, sizeof segment), 0);
   }
   std::string port() const { return listener_.port(); }
-  void greet(const std::string& words) {
-    peer_ = Pelorn::Descriptor(::accept4(listener_.fd(), nullptr, nullptr, SOCK_CLOEXEC));
-    EXPECT_EQ(::send(peer_.get(), words.data(), words.size(), 0), static_cast<ssize_t>(words.size()));
-  }
+  void greet(const std::string& words) { peer_ = listener_.greet(words); }
   std::string receive(std::size_t size) {
     while (buffer_.size() < size) {
       std::array<char, 4096> part{};
@@ -190,7 +182,7 @@ public:
   }
 
 private:
-  test::Listener listener_;
+  Listener listener_;
   Pelorn::Descriptor peer_;
   std::string buffer_;
 };

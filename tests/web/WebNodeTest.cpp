@@ -85,6 +85,8 @@ TEST(WebNode, HasTheFrameAndTheFilesOfEveryPage) {
   EXPECT_EQ(icon.body.size(), 1406U);
   EXPECT_EQ(icon.body.substr(0, 4), std::string("\0\0\1\0", 4));
   EXPECT_TRUE(site.get("/log.html").has("/favicon.ico 200"));
+  EXPECT_EQ(site.get("/Vantiflux/element/Web.json").status, 200);
+  EXPECT_TRUE(site.get("/log.html").has("127.0.0.1 GET /Vantiflux/element/Web.json 200\n"));
   const Answer codecs = site.get("/Codecs.html");
   EXPECT_TRUE(codecs.has("<TD>SFImage</TD><TD>Vantiflux::SmartPtr&lt;Vantiflux::Image&gt;</TD>"));
   EXPECT_FALSE(codecs.has("Current namespace"));
@@ -181,6 +183,14 @@ TEST(WebNode, SaysWhatIsWrong) {
   error("/CreateNamespace.html", {{"namespace", "<x>"}}, "Cannot create namespace: Namespace &quot;&quot; does not");
   error("/CreateNode.html", {{"_type", "<x>"}}, "Cannot create namespace: Unknown Node type &quot;&lt;x&gt;&quot;");
   error("/CreateNode.html", {{"_type", "Web"}, {"Port", "70000"}}, "Cannot create namespace: ");
+  for (const char* const unsaved : {"\x01", "\xff"}) {
+    error("/CreateNamespace.html", {{"label", unsaved}}, "Cannot create namespace: &quot;label&quot; has characters");
+    error("/CreateNode.html", {{"_type", "Clock"}, {"_name", unsaved}}, "Cannot create namespace: ");
+    error("/CreateNode.html", {{"_type", "UDP"}, {"InitString", unsaved}}, "Cannot create namespace: ");
+    error("/AddRoute.html", {{"from", "x"}, {"to", unsaved}}, "Cannot add route: ");
+    error("/AddExternalRoute.html", {{"internal", unsaved}, {"external", "x"}}, "Cannot add external route: ");
+  }
+  EXPECT_EQ(site.get("/Save").status, 200);
   error("/RemoveNamespace.html", {{"label", "x"}}, "Cannot remove namespace: ");
   error("/AddRoute.html", {{"namespace", "x"}}, "Cannot add route: ");
   error("/RemoveRoute.html", {{"namespace", "x"}}, "Cannot remove route: ");

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <mutex>
@@ -15,6 +16,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 
 #include <platform/support.h>
@@ -66,6 +69,7 @@ public:
     setLimits(limits);
     add("/echo", &Server::echo, WebPage::Kind::TakesForm);
     add("/change", &Server::change, WebPage::Kind::Changes);
+    add("/count", &Server::count);
     add("/big", &Server::big);
     add("/throw", &Server::fail);
     add("/wait", &Server::waitAtDoor);
@@ -95,7 +99,9 @@ public:
   static constexpr std::size_t bigSize = 64 << 20;
   Door door;
   std::atomic<int> changes{0};
-  std::mutex detachLock; ///< guards the next two
+  std::function<void()> firstChange = [] {};
+  std::atomic<std::thread::id> changer; ///< the thread of the latest one
+  std::mutex detachLock;                ///< guards the next two
   Pelorn::Descriptor detached;
   std::string unread;
 
@@ -109,7 +115,13 @@ private:
     return 1;
   }
   int change(const Request&, Reply&) {
-    ++changes;
+    changer = std::this_thread::get_id();
+    if (++changes == 1)
+      firstChange();
+    return 1;
+  }
+  int count(const Request&, Reply& reply) {
+    reply.body = std::to_string(changer == std::this_thread::get_id() ? changes.load() : 0);
     return 1;
   }
   int big(const Request&, Reply& reply) {
@@ -167,6 +179,35 @@ TEST(WebServer, AnswersPipelinedRequestsInOrder) {
   EXPECT_EQ(client.receive().body, "GET|last=|");
   EXPECT_TRUE(client.readToEnd());
   EXPECT_EQ(server.changes, 0);
+}
+
+// Each loop has one thread, so that it is seen who waited for whom.
+TEST(WebServer, ServesOthersWhileOneAsksForMuch) {
+  Pelorn::WebLimits limits;
+  limits.blockedThreads = 0;
+  Server server(limits);
+  std::vector<Client> others; // some on each loop
+  for (int i = 0; i < 8; ++i)
+    EXPECT_EQ(others.emplace_back(server.port()).get("/static").status, 200);
+  server.firstChange = [&others] {
+    for (Client& other : others)
+      other.send("GET /count HTTP/1.1\r\n\r\n");
+    EXPECT_TRUE(eventually([&] {
+      return std::all_of(others.begin(), others.end(), [](const Client& other) {
+        int onTheWay = 0;
+        return ioctl(other.descriptor(), TIOCOUTQ, &onTheWay) == 0 && onTheWay == 0;
+      });
+    }));
+  };
+  Client busy(server.port());
+  std::string all;
+  for (int i = 0; i < 1000; ++i)
+    all += "GET /change HTTP/1.1\r\n\r\n";
+  busy.send(all);
+  for (Client& other : others)
+    EXPECT_LT(std::stoi(other.receive().body), 1000);
+  for (int i = 0; i < 1000; ++i)
+    EXPECT_EQ(busy.receive().status, 200);
 }
 
 TEST(WebServer, RefusesWhatItCannotUseAndServesTheNext) {
@@ -299,17 +340,22 @@ TEST(WebServer, EndsClientsThatAreTooSlow) {
 
 TEST(WebServer, KeepsNoMoreThanItMay) {
   Pelorn::WebLimits limits;
-  limits.memory = 1000;
+  limits.memory = 200000;
+  limits.bodyTime = 1h;
   const Server server(limits);
   const std::string head = "POST /echo HTTP/1.1\r\nContent-Length: ";
   for (int i = 0; i < 20; ++i) {
     {
       Client client(server.port()), large(server.port());
-      EXPECT_EQ(client.post("/echo", std::string(900, 'x')).status, 200);
-      EXPECT_EQ(client.get("/static").status, 200);
-      EXPECT_EQ(large.post("/echo", std::string(1001, 'x')).status, 503);
+      EXPECT_EQ(client.post("/echo", std::string(90000, 'x')).status, 200);
+      EXPECT_EQ(large.post("/echo", std::string(200001, 'x')).status, 503);
       EXPECT_EQ(client.get("/big").status, 503);
-      Client(server.port()).send(head + "900\r\n\r\n" + std::string(800, 'x'));
+      std::optional<Client> slow; // another one each time: that may be refused which comes later
+      EXPECT_TRUE(eventually([&] {
+        slow.emplace(server.port()).send(head + "190000\r\n\r\n" + std::string(160000, 'x'));
+        return Client(server.port()).post("/echo", std::string(70000, 'x')).status == 503;
+      }));
+      EXPECT_EQ(Client(server.port()).post("/echo", std::string(60000, 'x')).status, 200) << "beside that, too";
     }
     EXPECT_TRUE(eventually([&] { return server.getNumClients() == 0; })) << "what has gone counts no more";
   }
@@ -341,6 +387,8 @@ TEST(WebServer, EndsClientsThatDoNothing) {
   std::size_t size = 1;
   EXPECT_TRUE(idle.readToEnd(&size));
   EXPECT_EQ(size, 0U);
+  pollfd reply{reader.descriptor(), POLLIN, 0}; // it has been accepted then
+  EXPECT_EQ(poll(&reply, 1, 60000), 1);
   EXPECT_TRUE(eventually([&] { return server.getNumClients() == 0; })) << "one that takes nothing is ended too";
   EXPECT_TRUE(reader.readToEnd(&size));
   EXPECT_LT(size, Server::bigSize);

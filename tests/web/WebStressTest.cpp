@@ -10,6 +10,7 @@
 
 #include <platform/support.h>
 #include <vantiflux/core/ClockNode.h>
+#include <vantiflux/core/InSlot.h>
 #include <vantiflux/core/Namespace.h>
 #include <vantiflux/values/SlotTypes.h>
 #include <web/WebSupport.h>
@@ -42,8 +43,9 @@ TEST(WebStress, ShowsATreeThatChanges) {
   std::atomic<bool> done{false};
   {
     Threads threads;
-    for (const char* const pages : {"/SubNamespaces.html /Nodes.html /Nodes.html?node=Web /Save",
-                                    "/Routes.html /OutSlots.html /InSlots.html /ExternalRoutes.html?namespace=a"})
+    for (const char* const pages :
+         {"/SubNamespaces.html /Nodes.html /Nodes.html?node=Web /Save",
+          "/Routes.html /OutSlots.html /InSlots.html /ExternalRoutes.html /ExternalRoutes.html?namespace=a"})
       threads.add([&, list = std::string(pages) + ' '] {
         Client client(site.port());
         for (std::size_t start = 0; !done; start = (list.find(' ', start) + 1) % list.size()) {
@@ -58,6 +60,15 @@ TEST(WebStress, ShowsATreeThatChanges) {
         EXPECT_NE(client.get("/CreateNode.html?_type=Clock&_name=c&_namespace=a").status, 0);
         EXPECT_NE(client.get("/AddRoute.html?namespace=a&from=c/Time&to=*").status, 0);
         EXPECT_NE(client.get("/RemoveNamespace.html?label=a").status, 0);
+      }
+    });
+    threads.add([&] { // with no lock either: what is removed is destroyed at once
+      while (!done) {
+        const auto slot = std::make_unique<InSlot<float>>("A slot that comes and goes, with a description");
+        Root::the().addInSlot("passing", slot.get());
+        Root::the().addExternalRoute("passing, and long enough for the heap", "external");
+        Root::the().removeExternalRoute("passing, and long enough for the heap", "external");
+        Root::the().removeInSlot("passing", slot.get());
       }
     });
     for (int i = 0; i < 60; ++i) {
@@ -136,7 +147,7 @@ TEST(WebStress, ClosesWhileRequestsWaitForTheRootLock) {
         EXPECT_TRUE(test::eventually([&] { return removed.load(); }));
       });
     else
-      Root::the().writeLock();
+      Root::writeLock();
     EXPECT_TRUE(!another || test::eventually([&] { return locked.load(); }));
     for (int i = 0; i < 12; ++i)
       waiting.emplace_back(site.port()).send("GET /Nodes.html HTTP/1.1\r\n\r\n");
@@ -147,7 +158,7 @@ TEST(WebStress, ClosesWhileRequestsWaitForTheRootLock) {
     if (another)
       holder.join();
     else
-      Root::the().unlock();
+      Root::unlock();
     for (Client& client : waiting)
       EXPECT_TRUE(client.readToEnd());
     EXPECT_FALSE(Client().connect(site.port()));

@@ -12,6 +12,7 @@
 #include <vantiflux/core/Namespace.h>
 #include <vantiflux/core/Node.h>
 #include <vantiflux/core/Restructuring.h>
+#include <vantiflux/core/SlotVisit.h>
 #include <vantiflux/platform/tarsil/Mutex.h>
 
 namespace Vantiflux {
@@ -37,7 +38,7 @@ void Graveyard::Yard::forgetSlots(Namespace& corpse) {
   const auto forget = [&](auto& table) {
     for (auto at = table.entries().begin(); at != table.entries().end();) {
       const auto& entry = *at++;
-      if (!isOwn(entry.slot) || !entry.slot->isInUse())
+      if (!isOwn(entry.slot) || !(entry.slot->isInUse() || SlotVisit::isVisited(*entry.slot)))
         table.erase(&entry);
     }
   };
@@ -75,6 +76,7 @@ void Graveyard::bury(Namespace* corpse) {
     corpse->parent_ = nullptr;
     corpse->keepForReaders(false);
   }
+  SlotVisit::awaitEnd(*corpse);
   if (!corpse->isInUse())
     return destroy(corpse);
   Yard::forgetSlots(*corpse);

@@ -1,5 +1,6 @@
 #include <vantiflux/core/Namespace.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <exception>
@@ -9,6 +10,7 @@
 #include <vantiflux/core/Node.h>
 #include <vantiflux/core/Restructuring.h>
 #include <vantiflux/core/Root.h>
+#include <vantiflux/core/SlotVisit.h>
 
 namespace Vantiflux {
 
@@ -101,20 +103,18 @@ void Namespace::unpin() noexcept {
   Graveyard::visit();
 }
 
-// A slot counts that delivers, or that runs listeners, on any thread: this one's members are on its stack.
+// A slot counts that delivers, that runs listeners or is visited, on any thread: this one's members are on its stack.
 bool Namespace::isInUse() const {
-  if (pins_.load(std::memory_order_seq_cst) != 0)
+  if (pins_.load(std::memory_order_seq_cst) != 0 || SlotVisit::isVisited(*this))
     return true;
   const TreeLock lock;
   if (Root::releases_.load(std::memory_order_seq_cst) < keptUntil_ && Root::mutex().isLocked())
     return true;
-  for (const LabeledOutSlot& entry : outSlots_.entries())
-    if (entry.slot->isInUse())
-      return true;
-  for (const LabeledInSlot& entry : inSlots_.entries())
-    if (entry.slot->isInUse())
-      return true;
-  return false;
+  const auto anyInUse = [](const auto& entries) {
+    return std::any_of(entries.begin(), entries.end(),
+                       [](const auto& entry) { return entry.slot->isInUse() || SlotVisit::isVisited(*entry.slot); });
+  };
+  return anyInUse(outSlots_.entries()) || anyInUse(inSlots_.entries());
 }
 
 // Who holds the root lock counts on the pointers that he took from the tree: what another thread takes out of the tree
@@ -187,6 +187,7 @@ void Namespace::disable() {
         publishAll(false);
       });
     });
+    SlotVisit::awaitEnd(*this);
     forEachChild([&](Namespace& child) {
       failures.collect([&child] { child.disable(); });
       return true;

@@ -4,6 +4,7 @@
 
 #include <vantiflux/core/Labels.h>
 #include <vantiflux/core/Restructuring.h>
+#include <vantiflux/core/SlotVisit.h>
 
 namespace Vantiflux {
 
@@ -57,6 +58,8 @@ void Namespace::removeSlotOf(const std::string& label, BasicSlot* slot) {
         for (const std::string& external : externalLabels(removed.label))
           ThisSide::remove(*parent_, external, removed.slot);
     }
+    if (SlotVisit::isVisited(*removed.slot))
+      Restructuring::tell(*this, removed.slot, [removed] { SlotVisit::awaitEnd(*removed.slot); });
     tell(removed.slot,
          [this, removed](Listener& listener) { (listener.*ThisSide::removed)(*this, removed.label, removed.slot); });
   });

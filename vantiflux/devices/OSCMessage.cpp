@@ -112,7 +112,8 @@ const Argument& Arguments::checked(std::size_t i, char type) const {
 }
 
 std::string_view Arguments::text(std::size_t i) const {
-  return checked(i, 's').bytes;
+  const bool symbol = i < arguments_.size() && arguments_[i].type == 'S';
+  return checked(i, symbol ? 'S' : 's').bytes;
 }
 
 std::int32_t Arguments::integer(std::size_t i) const {

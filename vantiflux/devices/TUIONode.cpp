@@ -167,7 +167,7 @@ bool TUIONode::process_message(std::string_view message) {
   const auto profile = std::find_if(profiles.begin(), profiles.end(),
                                     [&](const Profile& candidate) { return isFor(message, candidate.address); });
   if (profile == profiles.end()) {
-    reportFault("TUIO: unknown tag: " + DeviceText::shown(message.substr(0, message.find('\0')), 64));
+    reportFault("TUIO: unknown tag: " + DeviceText::shown(message.substr(0, message.find('\0'))));
     return false;
   }
   try {
@@ -187,7 +187,7 @@ bool TUIONode::process_command(unsigned type, std::string_view command) {
   } else if (command == "fseq") {
     send_data();
   } else if (command != "source") {
-    reportFault("TUIO: unknown message: " + DeviceText::shown(command, 64));
+    reportFault("TUIO: unknown message: " + DeviceText::shown(command));
     return false;
   }
   return true;

@@ -165,7 +165,8 @@ void VNCNode::communicate(RFBStream& stream) {
     setState(Error, e.what());
     return;
   }
-  if (changeState(Running, Sleeping)) // after a shutdown from inside it stays Disabled
+  // After a shutdown from inside it stays Disabled. Who ends before the screen is known finds the state from before.
+  if (changeState(Running, Sleeping) || changeState(Error, Sleeping) || changeState(Sleeping, Sleeping))
     setShortInfo(end);
 }
 

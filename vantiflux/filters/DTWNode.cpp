@@ -138,9 +138,11 @@ void DTWNode::processData() {
     }
     if (overflowed)
       addLog("What was written came faster than it could be taken, and was dropped");
-    for (const Event& event : events)
-      if (goOn())
-        handle(reader, event);
+    for (const Event& event : events) {
+      if (!goOn())
+        break;
+      handle(reader, event);
+    }
   }
   reportEnd();
   Tarsil::printErrorLine("Foo: finish processData");

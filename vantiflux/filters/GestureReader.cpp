@@ -24,6 +24,11 @@ bool isAtRest(double length) {
   return length >= 10.5 && length <= 11.8;
 }
 
+/// What is no number is neither at rest nor moving.
+bool isMoving(double length) {
+  return length < 10.5 || length > 11.8;
+}
+
 /// Puts parts together as a line.
 template <class... Parts>
 std::string line(const Parts&... parts) {
@@ -61,43 +66,67 @@ void GestureReader::clear() {
 }
 
 void GestureReader::press(Button button, bool down) {
-  if (recording_ || mode_ == RecordTemplates)
-    pressWhileRecording(button, down);
-  else if (down)
-    pressWhileChecking(button);
+  if (recording_ && button == Button::A) {
+    recording_ = down;
+    if (!down)
+      endRecording();
+  } else {
+    pressed(button) = down;
+  }
+  heed();
 }
 
-void GestureReader::pressWhileRecording(Button button, bool down) {
-  if (button == Button::A && down != recording_) {
-    recording_ = down;
-    if (!down) {
-      endRecording();
-      return;
-    }
-    clear();
-    for (const Vec3<float>& sample : std::exchange(waiting_, {}))
-      accelerate(sample);
-  } else if (recording_ || !down) {
-    return; // one thing at a time
-  } else if (button == Button::Two) {
+/// Takes what is pressed, in the order of the mode, and in that of the next one if it changes.
+void GestureReader::heed() {
+  for (std::int32_t heeded = -1; !recording_ && mode_ != heeded;) {
+    heeded = mode_;
+    if (heeded == RecordTemplates)
+      heedWhileRecording();
+    else
+      heedWhileChecking();
+  }
+}
+
+bool GestureReader::takePress(Button button) {
+  return std::exchange(pressed(button), false);
+}
+
+void GestureReader::heedWhileRecording() {
+  if (takePress(Button::Two)) {
     mode_ = CheckGesture;
     print("changed to Check Gesture Mode");
-    clear();
-    for (const Vec3<float>& sample : std::exchange(waiting_, {}))
-      accelerate(sample);
-  } else if (button == Button::Home) {
+    changed_ = true;
+  } else if (takePress(Button::Home)) {
     print("file_counter reseted");
   }
+  if (!takePress(Button::A))
+    return;
+  recording_ = true;
+  if (samples() == maxSamples)
+    reportFull();
+  takeWaiting();
 }
 
-void GestureReader::pressWhileChecking(Button button) {
-  if (button == Button::One) {
+void GestureReader::heedWhileChecking() {
+  if (std::exchange(changed_, false))
+    clear();
+  if (takePress(Button::One)) {
     mode_ = RecordTemplates;
     print("changed to Record Templates Mode");
-  } else if (button == Button::B) {
+  }
+  if (takePress(Button::B))
     for (std::size_t i = 0; i < known_.thresholds().size(); ++i)
       print(line("treshold[", i, "]: ", known_.thresholds()[i]));
-  }
+  takeWaiting();
+}
+
+void GestureReader::takeWaiting() {
+  for (const Vec3<float>& sample : std::exchange(waiting_, {}))
+    accelerate(sample);
+}
+
+void GestureReader::reportFull() {
+  events_.trouble("Of the gesture, no more than " + std::to_string(maxSamples) + " samples are recorded");
 }
 
 void GestureReader::endRecording() {
@@ -123,7 +152,7 @@ void GestureReader::accelerate(const Vec3<float>& acceleration) {
   raw_[1].push_back(acceleration.y);
   raw_[2].push_back(acceleration.z);
   if (recording_ && samples() == maxSamples)
-    events_.trouble("Of the gesture, no more than " + std::to_string(maxSamples) + " samples are recorded");
+    reportFull();
   if (!recording_)
     check();
 }
@@ -146,7 +175,7 @@ bool GestureReader::begins() {
   const DTW::Template smoothed = smooth(raw_);
   int moving = 0;
   for (std::size_t i = 0; i < smoothed[0].size(); ++i)
-    moving += isAtRest(lengthAt(smoothed, i)) ? 0 : 1;
+    moving += isMoving(lengthAt(smoothed, i)) ? 1 : 0;
   active_ = moving >= 2;
   if (active_)
     print("gest START");

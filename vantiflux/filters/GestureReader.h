@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +16,9 @@ namespace Vantiflux {
 
 /// Makes gestures of what a hand-held controller reports, sample by sample. In the mode for recording it prints what
 /// was measured while a button was held; in the mode for checking it finds where gestures begin and end, and which they
-/// are.
+/// are. What it measures while recording stays, to be printed with the next gesture too, until checking begins.
+///
+/// A button that a mode does not know is kept in mind while it is held: the mode that knows it takes it as pressed.
 ///
 /// A gesture is smoothed: means of five samples, three samples apart, as levels (see `quantize`). A controller at rest
 /// measures one unit of acceleration, a vector of length 11; it moves when the length lies outside 10.5 to 11.8.
@@ -45,9 +48,14 @@ public:
   static DTW::Template smooth(const DTW::Template& raw);
 
 private:
-  void pressWhileRecording(Button button, bool down);
-  void pressWhileChecking(Button button);
+  void heed();
+  void heedWhileRecording();
+  void heedWhileChecking();
+  bool takePress(Button button);
+  bool& pressed(Button button) { return pressed_[static_cast<std::size_t>(button)]; }
+  void takeWaiting();
   void endRecording();
+  void reportFull();
   void check();
   bool begins();
   bool ends();
@@ -59,6 +67,8 @@ private:
   const DTW::mydtw& known_;
   std::atomic<std::int32_t>& mode_;
   Events events_;
+  std::array<bool, 5> pressed_{};    ///< held, and not yet taken by a mode that knows it
+  bool changed_ = false;             ///< checking is to begin afresh
   bool recording_ = false;           ///< the button for it is held
   bool active_ = false;              ///< a gesture has begun
   std::vector<Vec3<float>> waiting_; ///< the latest sample that nothing was done with, or none

@@ -3,9 +3,11 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <vantiflux/core/Node.h>
+#include <vantiflux/core/TreeLock.h>
 #include <vantiflux/platform/xmlwrap/Attributes.h>
 #include <vantiflux/platform/xmlwrap/SAXException.h>
 #include <vantiflux/platform/xmlwrap/XMLReader.h>
@@ -57,10 +59,20 @@ private:
     space.getRoutes(routes);
     for (const Route& route : routes)
       empty("Route", "from", route.from, "to", route.to);
-    std::vector<ExternalRoute*> externalRoutes;
-    space.getExternalRoutes(externalRoutes);
-    for (const ExternalRoute* const route : externalRoutes)
-      empty("ExternalRoute", "internal", route->getInternal(), "external", route->getExternal());
+    for (const auto& [internal, external] : externalRoutes(space))
+      empty("ExternalRoute", "internal", internal, "external", external);
+  }
+
+  // Both texts of each. The routes themselves may go when nobody holds the lock of structure.
+  static std::vector<std::pair<std::string, std::string>> externalRoutes(const Namespace& space) {
+    std::vector<std::pair<std::string, std::string>> texts;
+    const TreeLock lock;
+    std::vector<ExternalRoute*> routes;
+    space.getExternalRoutes(routes);
+    texts.reserve(routes.size());
+    for (const ExternalRoute* const route : routes)
+      texts.emplace_back(route->getInternal(), route->getExternal());
+    return texts;
   }
 
   // A node without a type cannot be made again; as a plain namespace it does not keep the rest from being loaded.

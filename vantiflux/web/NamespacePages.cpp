@@ -83,6 +83,7 @@ int WebNode::createCreateNamespacePage(const Request& request, Reply& reply) {
   const std::string label = parameter(request, "label");
   return change("/SubNamespaces.html", parameter(request, "namespace"), "Cannot create namespace: ", reply,
                 [&](Namespace& parent) {
+                  checkTexts(request);
                   NamespacePath::checkDepthBelow(parent);
                   auto added = std::make_unique<Namespace>();
                   const std::string name = label.empty() ? added->typeName() : label;

@@ -73,6 +73,7 @@ int WebNode::createNodeTypeForm(const std::string& name, const std::string& spac
 int WebNode::createCreateNodePage(const Request& request, Reply& reply) {
   return change("/Nodes.html", parameter(request, "_namespace"), "Cannot create namespace: ", reply,
                 [&](Namespace& parent) {
+                  checkTexts(request);
                   NamespacePath::checkDepthBelow(parent);
                   std::unique_ptr<Node> node = NodeType::newInstance(parameter(request, "_type"));
                   for (const auto& [key, value] : request.query)

@@ -1,3 +1,4 @@
+#include <vantiflux/platform/xmlwrap/XMLText.h>
 #include <vantiflux/web/Html.h>
 #include <vantiflux/web/NamespacePath.h>
 #include <vantiflux/web/WebNodeGate.h>
@@ -92,6 +93,12 @@ int WebNode::redirect(const std::string& path, const std::string& space, Reply& 
   reply.status = 303;
   reply.headers.setParam("Location", path + Html::namespaceQuery(space));
   return 1;
+}
+
+void WebNode::checkTexts(const Request& request) {
+  for (const auto& [key, value] : request.query)
+    if (!XMLWrap::isXMLText(value))
+      throw Exception("\"" + key + "\" has characters that no file can hold");
 }
 
 int WebNode::change(const std::string& path, const std::string& space, const char* failure, Reply& reply,

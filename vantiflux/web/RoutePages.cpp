@@ -1,5 +1,6 @@
 #include <vector>
 
+#include <vantiflux/core/TreeLock.h>
 #include <vantiflux/web/Html.h>
 #include <vantiflux/web/WebNodeGate.h>
 
@@ -72,8 +73,10 @@ int WebNode::createRoutePage(const Request& request, Reply& reply) {
 }
 
 int WebNode::createAddRoutePage(const Request& request, Reply& reply) {
-  return change("/Routes.html", parameter(request, "namespace"), "Cannot add route: ", reply,
-                [&](Namespace& space) { space.addRoute(parameter(request, "from"), parameter(request, "to")); });
+  return change("/Routes.html", parameter(request, "namespace"), "Cannot add route: ", reply, [&](Namespace& space) {
+    checkTexts(request);
+    space.addRoute(parameter(request, "from"), parameter(request, "to"));
+  });
 }
 
 int WebNode::createRemoveRoutePage(const Request& request, Reply& reply) {
@@ -90,6 +93,7 @@ int WebNode::createExternalRoutePage(const Request& request, Reply& reply) {
   LabelList slots;
   {
     const TreeAccess access(*this, TreeAccess::Read);
+    const TreeLock tree; // routes come and go without the root lock
     const Namespace& target = access.find(space);
     std::vector<ExternalRoute*> routes;
     target.getExternalRoutes(routes);
@@ -119,6 +123,7 @@ int WebNode::createExternalRoutePage(const Request& request, Reply& reply) {
 int WebNode::createAddExternalRoutePage(const Request& request, Reply& reply) {
   return change("/ExternalRoutes.html", parameter(request, "namespace"), "Cannot add external route: ", reply,
                 [&](Namespace& space) {
+                  checkTexts(request);
                   space.addExternalRoute(parameter(request, "internal"), parameter(request, "external"));
                 });
 }

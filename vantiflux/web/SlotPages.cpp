@@ -1,5 +1,6 @@
 #include <vector>
 
+#include <vantiflux/core/TreeLock.h>
 #include <vantiflux/web/Html.h>
 #include <vantiflux/web/WebNodeGate.h>
 
@@ -33,6 +34,7 @@ int WebNode::createSlotPage(Slot::Direction direction, const Request& request, R
   out += introduction(title, space, filter);
   {
     const TreeAccess access(*this, TreeAccess::Read);
+    const TreeLock tree; // slots come and go without the root lock
     std::vector<LabeledSlot> slots;
     access.find(space).getSlots(filter, direction, slots);
     std::size_t number = 0;

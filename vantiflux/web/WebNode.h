@@ -33,8 +33,8 @@ namespace Vantiflux {
 ///
 /// *Threads.* A page looks at the tree, and changes it, with the root lock held, on a thread of the server. Pages may
 /// remove the node itself, or load what replaces it: a request keeps the node until its reply is on the way, and
-/// `disable` waits for no request that is still waiting for the root lock. Such a request finds the node disabled then,
-/// and its connection ends.
+/// `disable` waits for no request that is still waiting for the root lock. Such a request finds the node disabled then:
+/// it gets a page that says so, and its connection ends.
 ///
 /// *Failure.* A server that cannot be opened sets the state Error, with the reason in the log.
 class VANTIFLUX_API WebNode : public Node, public NodeDescription<WebNode> {
@@ -90,6 +90,9 @@ private:
   /// Makes a change under the lock, then sends the browser on to the page that shows it, or an error page.
   int change(const std::string& path, const std::string& space, const char* failure, Reply& reply,
              const std::function<void(Namespace&)>& operation);
+
+  /// Throws Exception where a text of the query could be kept, but not be written to a file with the tree.
+  static void checkTexts(const Request& request);
 
   int createMainPage(const Request& request, Reply& reply);
   int createNamespacePage(const Request& request, Reply& reply);

@@ -163,6 +163,7 @@ void addART(CLI::App& simulate, Program& program) {
   command->add_flag("--second-form", options->secondForm, "Send the sticks in the second form, \"6df2\"");
   command->add_flag("--inertial", options->inertial, "Send the sticks as inertial bodies, \"6di\"");
   addOptions(*command, *options);
+  rewordOptions(*command, {{"--split", ""}}); // a datagram comes whole or not at all
   command->callback([options, &program] { program = [options] { ARTSimulator(*options).run(options->to); }; });
 }
 

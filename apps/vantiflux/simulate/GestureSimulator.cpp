@@ -15,6 +15,7 @@
 #include <vantiflux/core/Root.h>
 #include <vantiflux/values/SlotTypes.h>
 
+#include "../Messages.h"
 #include "../TreeFile.h"
 #include "GestureMotion.h"
 #include "Motion.h"
@@ -61,6 +62,10 @@ public:
       if (button.label == label)
         button.slot.push(down);
   }
+  void click(const std::string& label) {
+    press(label, true);
+    press(label, false);
+  }
   void releaseAll() {
     for (auto& button : buttons_)
       button.slot.push(false);
@@ -96,10 +101,10 @@ public:
     controller_ = &controller;
     next_ = Clock::now();
     announce("Controller");
-    if (!options_.record) {
-      controller.press("butTwo", true);
-      controller.press("butTwo", false);
-    }
+    if (!controller.acc.isConnected())
+      Host::tell(options_.file + " has no route from \"Controller/acc\" to a node");
+    if (!options_.record)
+      controller.click("butTwo");
     bool goesOn = rest(0.5);
     for (std::size_t i = 0; goesOn; i = (i + 1) % motions.size())
       goesOn = play(motions[i]) && rest(0.8);
@@ -110,8 +115,11 @@ private:
     if (options_.record)
       controller_->press("butA", true);
     const bool whole = measure(motion.seconds() + 0.1, [&motion](double seconds) { return motion.at(seconds); });
-    if (options_.record && whole)
+    if (options_.record && whole) {
       controller_->press("butA", false);
+      controller_->click("butTwo"); // what was recorded is forgotten
+      controller_->click("butOne");
+    }
     return whole;
   }
   bool rest(double seconds) {
@@ -173,8 +181,18 @@ void addGesture(CLI::App& simulate, Program& program) {
       ->check(CLI::IsMember(GestureMotion::names()))
       ->take_all()
       ->allow_extra_args(false);
-  command->add_flag("--record", options->record, "Hold the button A during gestures, so that they become templates");
+  command->add_flag("--record", options->record,
+                    "Hold the button A during gestures, so that they become templates, each by itself");
   addOptions(*command, *options);
+  rewordOptions(*command, {{"--rate", "Samples in a second; gestures are made for 100"},
+                           {"--noise", "Standard deviation of the acceleration, in units of that of the earth"},
+                           {"--jitter", ""},
+                           {"--count", "End after this number of samples"},
+                           {"--lose", "Probability that a sample is lost"},
+                           {"--malform", "Probability that a sample is malformed"},
+                           {"--split", ""},
+                           {"--break-after", "Fall silent once, after this number of samples"},
+                           {"--restart-after", "Restart the controller once, after this number of samples"}});
   command->callback([options, &program] { program = [options] { GestureSimulator(*options).run(); }; });
 }
 

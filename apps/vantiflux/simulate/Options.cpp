@@ -40,6 +40,16 @@ void addOptions(CLI::App& command, Options& options) {
       ->group("Faults");
 }
 
+void rewordOptions(CLI::App& command, const std::vector<std::pair<std::string, std::string>>& words) {
+  for (const auto& [name, text] : words) {
+    CLI::Option* const option = command.get_option(name);
+    if (text.empty())
+      command.remove_option(option);
+    else
+      option->description(text);
+  }
+}
+
 Place placeOf(const std::string& text) {
   Place place;
   std::string port = text;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -28,6 +30,9 @@ struct Options {
 };
 
 void addOptions(CLI::App& command, Options& options);
+
+/// What options of those mean to a device that is not like the others; an empty text takes one away.
+void rewordOptions(CLI::App& command, const std::vector<std::pair<std::string, std::string>>& words);
 
 /// "ADDRESS:PORT" or "PORT". Throws Vantiflux::Exception for anything else.
 struct Place {

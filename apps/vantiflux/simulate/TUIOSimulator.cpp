@@ -197,6 +197,12 @@ void addTUIO(CLI::App& simulate, Program& program) {
       ->check(CLI::Range(0.01, 1e6))
       ->capture_default_str();
   addOptions(*command, *options);
+  rewordOptions(*command, {{"--noise", "Standard deviation of positions, which go from 0 to 1"},
+                           {"--lose", "Probability that a datagram is lost"},
+                           {"--malform", "Probability that a datagram is malformed"},
+                           {"--split", ""},
+                           {"--break-after", "Fall silent once, after this number of frames"},
+                           {"--restart-after", "Restart the surface once, after this number of frames"}});
   command->callback([options, &program] { program = [options] { TUIOSimulator(*options).run(options->to); }; });
 }
 

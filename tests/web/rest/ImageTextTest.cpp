@@ -3,12 +3,13 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include <vantiflux/values/SlotTypes.h>
+#include <vantiflux/web/rest/Base64.h>
+#include <vantiflux/web/rest/SlotText.h>
 
 using Vantiflux::Image;
 using Vantiflux::SmartPtr;
@@ -16,15 +17,30 @@ using Vantiflux::SmartPtr;
 namespace {
 
 std::string textOf(const Image& image) {
-  std::ostringstream text;
-  REST::imageToString(text, &image);
-  return text.str();
+  return REST::imageToString(&image);
 }
 
+std::string textOf(const std::string& bytes) {
+  std::string text((bytes.size() + 2) / 3 * 4 + 1, 0);
+  std::size_t size = text.size();
+  REST::base64_enc(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(),
+                   reinterpret_cast<unsigned char*>(text.data()), &size);
+  return text.substr(0, size);
+}
+
+std::string bytesOf(const std::string& text) {
+  std::string bytes(text.size(), 0);
+  std::size_t size = bytes.size();
+  REST::base64_dec(reinterpret_cast<const unsigned char*>(text.data()), text.size(),
+                   reinterpret_cast<unsigned char*>(bytes.data()), &size);
+  return bytes.substr(0, size);
+}
+
+/// By way of a slot, as clients send it.
 SmartPtr<Image> decode(const std::string& text) {
-  SmartPtr<Image> image;
-  REST::valueFromString(text, image);
-  return image;
+  Vantiflux::InSlot<SmartPtr<Image>> slot;
+  REST::fromString<Vantiflux::BasicInSlot, Vantiflux::InSlot>(&slot, text);
+  return slot.pop().getValue();
 }
 
 /// Smooth in all colours, so that JPEG keeps it well.
@@ -72,9 +88,7 @@ TEST(ImageText, ComesBackAsTheSamePicture) {
 }
 
 TEST(ImageText, WhatHoldsTooFewBytesHasNoText) {
-  std::ostringstream stream;
-  REST::imageToString(stream, nullptr);
-  EXPECT_EQ(stream.str(), "");
+  EXPECT_EQ(REST::imageToString(nullptr), "");
   EXPECT_EQ(textOf(Image()), "");
   Image image;
   // SHORT16 has no way to RGB and two bytes a pixel, where the encoder would read four.
@@ -108,11 +122,47 @@ TEST(ImageText, RefusesWhatIsNoPicture) {
     EXPECT_THROW(decode(bad), std::runtime_error) << bad;
 }
 
-// 100 bytes that claim 60000 x 60000 pixels.
 TEST(ImageText, BelievesNoClaimOfASize) {
   std::string png = redPixel;
   // Width and height stand in bytes 16 to 23: in the text, from character 21 on, with the end of the word "IHDR"
   // before.
-  png.replace(20, 12, "UgAA6mAAAOpg");
+  png.replace(20, 12, "UgAA6mAAAOpg"); // 60000 x 60000
   EXPECT_THROW(decode(png), std::runtime_error);
+}
+
+// One pixel, and compressed bytes that come to 300 MiB of zeros.
+TEST(ImageText, UnpacksNoMoreThanThereIsMemoryFor) {
+  std::string zeros = "\x78\x9c";
+  std::size_t count = 0;
+  const auto put = [&](const char* bits) {
+    for (; *bits != 0; ++bits, ++count) {
+      if (count % 8 == 0)
+        zeros += '\0';
+      zeros.back() = static_cast<char>(zeros.back() | (*bits - '0') << count % 8);
+    }
+  };
+  put("110"
+      "00110000"); // a block of the usual codes, and a zero
+  for (std::size_t unpacked = 0; unpacked < std::size_t{300} << 20; unpacked += 258)
+    put("1100010100000"); // 258 times what was there before
+  std::string png = bytesOf(redPixel).substr(0, 33);
+  for (int shift = 24; shift >= 0; shift -= 8)
+    png += static_cast<char>(zeros.size() >> shift);
+  EXPECT_THROW(decode(textOf(png + "IDAT" + zeros)), std::runtime_error);
+}
+
+// Each of the scans goes over all pixels: minutes of work.
+TEST(ImageText, GoesOverNoPictureAThousandTimes) {
+  std::string jpeg = bytesOf(textOf(gradient(16, 16, Image::RGB24)));
+  const std::size_t frame = jpeg.find("\xff\xc0");
+  ASSERT_NE(frame, std::string::npos);
+  jpeg.replace(frame + 5, 4, "\x0f\xa0\x0f\xa0"); // 4000 x 4000
+  const std::size_t scan = jpeg.find("\xff\xda");
+  const std::string again = jpeg.substr(scan, 14);
+  jpeg.resize(jpeg.size() - 2);
+  EXPECT_NO_THROW(decode(textOf(jpeg + "\xff\xd9")));
+  for (int i = 0; i < 2000; ++i)
+    jpeg += again;
+  for (int i = 0; i < 5; ++i) // more often than there are places
+    EXPECT_THROW(decode(textOf(jpeg + "\xff\xd9")), std::runtime_error);
 }

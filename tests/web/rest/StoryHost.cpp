@@ -90,6 +90,17 @@ int main() {
   plant<Matrix4<float>>("matrix4f", {}, Matrix4<float>({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}));
   plant<Matrix4<double>>("matrix4d", {}, Matrix4<double>({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}));
   plant<SmartPtr<Image>>("image", picture(40), picture(200));
+  plant<test::List<Image>>("images", listOf<Image>({{}}), {}); // these three have no text
+  plant<test::List<Matrix4<float>>>("matrix4fs", listOf<Matrix4<float>>({{}}), {});
+  plant<test::List<Matrix4<double>>>("matrix4ds", listOf<Matrix4<double>>({{}}), {});
+
+  // For the grammar of paths.
+  auto leaf = std::make_unique<test::SlotNode<long>>();
+  leaf->out.push(7);
+  plant<float>("parent", 1, 2)->addNamespace("Leaf.one", std::move(leaf));
+  Root::the().addNamespace("plain", std::make_unique<Namespace>());
+  plant<bool>("-1", true, false);
+  plant<bool>("12", true, false);
   push("first");
 
   std::cout << server->getActualPort() << std::endl;

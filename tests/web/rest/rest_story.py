@@ -61,8 +61,83 @@ def element(node, text):
 
 LISTS = [(node + "s", kind, formats, element(node, first) + ", " + element(node, second), element(node, second))
          for node, kind, formats, first, second in SINGLES if node not in NO_LISTS] + [
-    ("longs", "int", TEXT, "1, -2", "")]
+    ("longs", "int", TEXT, "1, -2", ""), ("images", "jpg", ["png", "string"], "", ""),
+    ("matrix4fs", "fmat", TEXT, "", ""), ("matrix4ds", "dmat", TEXT, "", "")]
 ALL = [(*row, "single") for row in SINGLES] + [(*row, "multi") for row in LISTS]
+NODES = sorted([row[0] for row in ALL] + ["-1", "12", "image", "parent", "plain", "web"])
+
+
+def node_json(label, attributes='"In", "Out"'):
+    return (f'{{\n  "id": "{label}",\n  "type": "Node",\n  "length": 1,\n  "cardinality": "single",\n'
+            f'  "attributes": [\n    {attributes}\n  ],\n  "relations": [ "routes" ],\n  "input": [ ],\n'
+            '  "output": [ ]\n}\n')
+
+
+NODE = node_json("vec3f")
+NODE_XML = ('<Element id="vec3f" type="Node" length="1" cardinality="single">\n  <Attributes>\n    "In", "Out"\n'
+            '  </Attributes>\n  <Relations>"Routes"</Relations>\n  <Input></Input>\n  <Output></Output>\n</Element>\n')
+OUT = ('{\n  "name": "Out",\n  "type": "float3",\n  "length": 1,\n  "cardinality": "single",\n  "input": [  ],\n'
+       '  "output": [ "float3", "string", "json", "xml" ]\n}\n')
+IN_XML = ('<Attribute name="In" type="float3" length="1" cardinality="single">  <Input>\n'
+          '    "float3", "string", "json", "xml"\n  </Input>\n  <Output>\n    \n  </Output>\n</Attribute>')
+OUT_XML = ('<Attribute name="Out" type="float3" length="1" cardinality="single">  <Input>\n    \n  </Input>\n  <Output>\n'
+           '    "float3", "string", "json", "xml"\n  </Output>\n</Attribute>')
+VEC = str(NODES.index("vec3f"))
+PARENT = str(NODES.index("parent"))
+# Text of a reply of the status 200, and the paths that are answered with it.
+GRAMMAR = [
+    (NODE, ["vec3f", "VEC3F", "vec3f/", "vec3f.json", "vec3f.JSON", "v%65c3f", VEC, f"+{VEC}.json", "0" + VEC,
+            "/Vantiflux/address/vec3f", f"/Vantiflux/address/{VEC}/", "/Vantiflux//element/vec3f"]),
+    (NODE_XML, ["vec3f.xml", "vec3f.XML", VEC + ".xml", "/Vantiflux/address/vec3f.xml"]),
+    (OUT, ["vec3f/Out", "vec3f/Out/", "vec3f/Out.json", "vec3f/Out/desc", "vec3f/Out/desc.json", "vec3f/1",
+           f"{VEC}/01/desc", "vec3f/+1.json", "vec3f/O%75t", "vec3f/Out.json/whatever", "/Vantiflux/address/vec3f/Out"]),
+    (OUT_XML, ["vec3f/Out.xml", "vec3f/Out/desc.xml", "vec3f/Out.xml/foo", "vec3f/1/desc.xml"]),
+    (IN_XML, ["vec3f/In.xml", "vec3f/In/desc.xml", "vec3f/0.xml"]),
+    ("", ["vec3f.html", "vec3f/Out.html", "vec3f/Out/desc.html", "parent/Leaf.one", "vec3f/Out?Accept=x",
+          "vec3f/Out/data", "rotation/Out/data", "double/Out/data", "image/Out/data", "image/Out/data.jpg", "image/Out/data.png",
+          "images/Out/data.jpg"]),
+    ("1 2 3", ["vec3f/Out/data.string", "vec3f/Out/data.STRING", f"{VEC}/1/data.string", "vec3f/Out/data.string/",
+               "/Vantiflux/address/vec3f/Out/data.string"]),
+    # The walk ends at a node without children. A component that names no child is stepped over.
+    ("7", ["parent/Leaf.one/Out/data.string", "PARENT/LEAF%2Eone/Out/data.string", PARENT + "/0/Out/data.string"]),
+    ("1", ["parent/nothing/Out/data.string", "parent/17/Out/data.string", "parent/-1/Out/data.string"]),
+    (node_json("parent", '"In", "Leaf.one/In", "Out", "Leaf.one/Out"'), ["parent", "parent/Out", "parent/nothing/"]),
+    (node_json("-1"), ["-1", "0"]),
+    (node_json(NODES[12]), ["12"]),
+    ("127.0.0.1", ["Web/Address/data", "Web/Address/data.string"]),
+]
+REFUSED = ["", "/Vantiflux/element//", ".", "..", "nothing", "999", "-2", "2147483648", "plain", "plain/Out", "%zz", "%00",
+           "vec3f%00", "vec3f/out", "vec3f/2", "vec3f/-1", "vec3f/99999999999999999999", "vec3f/-18446744073709551615", "vec3f/%00",
+           "vec3f/Out/foo", "vec3f/Out/Data", "vec3f/Out/data.foo", "vec3f/In/data", "vec3f/In/data.string",
+           "vec3f/data/data", "longs/Out/data", "bools/Out/data.int", "string/Out/data.string", "Web/Address/data.json",
+           "image/Out/data.jpeg", "image/Out/data.json", "image/Out/data.xml", "rotation/Out/data.json",
+           "rotation/Out/data.xml", "/Vantiflux", "/Vantiflux/", "/Vantiflux/element", "/Vantiflux/element/",
+           "/Vantiflux/Element/vec3f", "/Vantiflux/value/vec3f", "/other/Vantiflux", "/vantiflux/element/Vantiflux",
+           "//Vantiflux/element/vec3f"]
+KEEP = ["--http1.0", "--header", "Connection: KEEP-alive"]
+# Path, what curl is told besides, status, text, and "Connection" of the reply.
+METHODS = [
+    ("/x/Vantiflux", ["--request", "OPTIONS"], 200, "", "close"),
+    ("float/In", ["--request", "PUT"], 200, "", "Keep-Alive"),
+    ("float/In", ["--request", "PATCH"], 200, "", "Keep-Alive"),
+    ("float/nothing", ["--request", "PUT"], 406, "", "Keep-Alive"),
+    ("float", ["--head"], 200, "", "Keep-Alive"),
+    ("float", ["--request", "DELETE"], 200, "", "Keep-Alive"),
+    ("float/Out", ["--request", "DELETE"], 200, "", "Keep-Alive"),
+    ("parent/0", ["--request", "DELETE"], 406, "", "Keep-Alive"),
+    ("double/Out/data.string", ["--http1.0"], 200, "0.10000000000000001", "close"),
+    ("double/Out/data.string", KEEP, 200, "0.10000000000000001", "Keep-Alive"),
+    ("double/Out/data.string", ["--header", "Connection: Close"], 200, "0.10000000000000001", "close"),
+    ("double/Out/data.string", ["--header", "Connection: whatever"], 200, "0.10000000000000001", "Keep-Alive"),
+]
+# Slot, text, and what the node passes on then; None where the text is refused.
+WRITTEN = [
+    ("float/In/data", "2.5", "2.5"), ("float/0", "1e-50", "0"), ("float/In", "1e50", None), ("float/In/desc", "", None),
+    ("double/In", "-1e-3", "-0.001"), ("double/In", "-1e-400", "-0"), ("double/In", "2,5", None),
+    ("bool/In/data", "0", "0"), ("bool/In/data", "true", None), ("bool/In", "+1", None), ("long/In", "-7", "-7"),
+    ("long/In?x=y", "+8", "8"), ("long/In", "1.234", None), ("vec3f/In", "7 8 9", "1 2 3"), ("float/Out", "x", "0"),
+    ("image/In", "no picture", None),
+]
 
 
 def equal(found, wanted, what):
@@ -88,46 +163,75 @@ class Host:
         raise AssertionError("the host has ended")
 
     def curl(self, tail, *arguments):
-        """Status and body of a reply."""
-        done = subprocess.run(["curl", "--silent", "--noproxy", "*", "--max-time", str(PATIENCE), "--write-out",
-                               "%{http_code}", *arguments, "http://" + self.base + tail], capture_output=True, check=True)
-        return int(done.stdout[-3:]), done.stdout[:-3]
+        """Status, body and headers of a reply to a path, or to what stands behind "element/" in one."""
+        url = f"http://127.0.0.1:{self.port}{tail}" if tail.startswith("/") else "http://" + self.base + tail
+        done = subprocess.run(["curl", "--silent", "--noproxy", "*", "--max-time", str(PATIENCE), "--include",
+                               "--path-as-is", *arguments, url], capture_output=True, check=True)
+        head, _, body = done.stdout.partition(b"\r\n\r\n")
+        while head.split()[1] == b"100":
+            head, _, body = body.partition(b"\r\n\r\n")
+        headers = dict(line.split(": ", 1) for line in head.decode().split("\r\n")[1:])
+        return int(head.split()[1]), body, headers
 
     def text(self, tail, *arguments):
-        status, body = self.curl(tail, *arguments)
+        status, body, _ = self.curl(tail, *arguments)
         equal(status, 200, tail)
         return body.decode()
 
 
 def read_with_curl(host):
-    for node, kind, formats, first, _, cardinality in ALL:
+    described = [(*row, True) for row in ALL] + [("image", "jpg", ["png", "string"], None, None, "single", False)]
+    for node, kind, formats, first, _, cardinality, has_text in described:
         length = 1 if cardinality == "single" else 0
         if kind == "invalid":
             length, cardinality = 0, "single"
-        described = json.loads(host.text(f"{node}/Out"))
-        equal(described, {"name": "Out", "type": kind, "length": length, "cardinality": cardinality, "input": [],
-                          "output": [kind] + formats}, node)
-        if "string" in formats:
+            equal(host.text(node).split("[")[1].split("]")[0], "\n    \n  ", "attributes that can be asked for")
+        known = {"type": kind, "length": length, "cardinality": cardinality}
+        for name, put, taken in [("In", [kind] + formats, []), ("Out", [], [kind] + formats)]:
+            equal(json.loads(host.text(f"{node}/{name}")), {"name": name, **known, "input": put, "output": taken}, node)
+        if "string" in formats and has_text:
             equal(host.text(f"{node}/Out/data.string"), first, node)
         if "json" in formats:
-            equal(json.loads(host.text(f"{node}/Out/data.json")), {"value": [first]}, node)
+            equal(host.text(f"{node}/Out/data.json"), f'{{\n  "value" : [ "{first}"]\n}}\n', node)
             equal(host.text(f"{node}/Out/data.xml"), f"<Value>{first}</Value>\n", node)
-    equal(struct.unpack("f", host.curl("float/Out/data")[1])[0], struct.unpack("f", struct.pack("f", 0.1))[0], "bytes")
-    equal(struct.unpack("2f", host.curl("floats/Out/data")[1])[1], -1.5, "bytes of a list")
-    equal(struct.unpack("q", host.curl("long/Out/data")[1])[0], 1 << 40, "bytes of an integer")
-    equal(host.curl("long/Out/data", "--head")[0], 200, "HEAD")
-    equal(host.curl("long/Out/data.png")[0], 406, "an unknown format")
+    for node, form, wanted in [("float", "f", [0.1]), ("floats", "2f", [0.1, -1.5]), ("long", "q", [1 << 40])]:
+        _, body, headers = host.curl(node + "/Out/data")
+        equal(body, struct.pack(form, *wanted), "bytes of " + node)
+        equal((headers["Content-Type"], headers["Access-Control-Allow-Origin"]), ("text/plain", "*"), node)
+
+
+def walk_with_curl(host):
+    for text, tails in GRAMMAR:
+        for tail in tails:
+            equal(host.text(tail), text, tail)
+    for tail in REFUSED:
+        status, body, headers = host.curl(tail)
+        equal((status, body, headers.keys() & {"Content-Type", "Access-Control-Allow-Origin"}), (406, b"", set()), tail)
+    for tail, arguments, status, text, connection in METHODS:
+        found, body, headers = host.curl(tail, *arguments)
+        equal((found, body.decode(), headers["Connection"]), (status, text, connection), f"{tail} {arguments}")
+        equal((headers["Content-Length"], "Date" in headers), (str(len(text)), True), f"{tail} {arguments}")
+    headers = host.curl("/Vantiflux", "--request", "OPTIONS")[2]
+    equal([headers["Access-Control-Allow-" + name] for name in ("Origin", "Methods", "Headers")],
+          ["*", "GET, PUT, POST, DELETE, OPTIONS", "X-Accept-Encoding"], "what other sites may do")
+    equal(b"Web Interface" in host.curl("/index.html")[1], True, "other paths are pages")
+    equal(host.curl("", "--request-target", "Vantiflux/element/vec3f")[0], 406, "a path without a root")
+    many = subprocess.run(["curl", "--silent", "--noproxy", "*", "--write-out", " %{num_connects}\n", "--output", "-",
+                           f"http://{host.base}vec3f/Out/data.string#[1-101]"], capture_output=True, check=True)
+    equal(many.stdout.decode(), "1 2 3 1\n" + "1 2 3 0\n" * 99 + "1 2 3 1\n", "a connection for a hundred requests")
 
 
 def write_with_curl(host):
-    for node, text, back in [("float", "2.5", "2.5"), ("double", "-1e-3", "-0.001"), ("bool", "0", "0"),
-                             ("long", "-7", "-7"), ("string", "a b", None)]:
-        equal(host.curl(f"{node}/In/data", "--data-binary", text)[0], 200, node)
+    for tail, text, back in WRITTEN:
+        status = host.curl(tail, "--data-binary", text)[0]
+        equal(status, 406 if back is None else 200, f"{tail} {text}")
         if back is not None:
-            equal(host.text(f"{node}/Out/data.string"), back, node)
-    equal(host.curl("bool/In", "--data-binary", "true")[0], 406, "a word for a bool")
-    equal(host.curl("vec3f/In", "--data-binary", "7 8 9")[0], 200, "a vector")
-    equal(host.text("vec3f/Out/data.string"), "1 2 3", "a vector has no way in")
+            equal(host.text(tail.split("/")[0] + "/Out/data.string"), back, f"{tail} {text}")
+    equal(host.curl("string/In/data", "--data-binary", "a b")[0], 200, "a string")
+    chunked = ["--header", "Transfer-Encoding: chunked", "--data-binary", "9"]
+    equal(host.curl("long/In", *chunked)[0], 406, "a body whose length is not told")
+    equal(host.text("long/Out/data.string"), "8", "what it has written")
+    equal(host.curl("long/In", "--header", "Content-Length: 99999999", "--request", "POST")[0], 413, "a long body")
 
 
 def send_a_picture(host):
@@ -151,7 +255,8 @@ def send_a_picture(host):
 
 async def subscribe_to_all(host):
     async def open_one(tail):
-        return await websockets.connect("ws://" + host.base + tail, max_size=None, open_timeout=PATIENCE)
+        return await websockets.connect("ws://" + host.base + tail, max_size=None, open_timeout=PATIENCE,
+                                        ping_interval=None)
 
     async def receive(socket):
         return await asyncio.wait_for(socket.recv(), PATIENCE)
@@ -177,10 +282,13 @@ async def subscribe_to_all(host):
         equal(found, text, node)
         await writer.close()
 
-    host.do("burst 100000")
     counter = next(socket for row, socket in sockets if row[0] == "long")
-    while await receive(counter) != "100000":
-        pass
+
+    async def read_until_last():
+        while await receive(counter) != "10000":
+            pass
+
+    await asyncio.gather(asyncio.to_thread(host.do, "burst 10000"), read_until_last())
     await (await counter.ping())  # and it has come back
     field = await open_one("Web/Address/data")
     equal(await receive(field), "127.0.0.1", "a field")
@@ -204,6 +312,8 @@ def open_the_page(host, page):
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
     browser = webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
     try:
+        browser.set_script_timeout(PATIENCE)
+
         def shows(text):
             WebDriverWait(browser, PATIENCE).until(
                 lambda _: browser.find_element("id", "value").text == text, f"{text!r} on the page")
@@ -228,6 +338,7 @@ def open_the_page(host, page):
 
 async def tell(host, page):
     read_with_curl(host)
+    walk_with_curl(host)
     write_with_curl(host)
     send_a_picture(host)
     sockets = await subscribe_to_all(host)

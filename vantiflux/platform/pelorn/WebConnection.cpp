@@ -11,6 +11,8 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 
+#include <boost/asio/post.hpp>
+
 #include <vantiflux/platform/pelorn/ReplyHead.h>
 #include <vantiflux/platform/pelorn/ThreadedWebServer.h>
 
@@ -21,8 +23,12 @@ namespace {
 /// What is read at a time. A thread deals with it at once, so a connection needs none of its own.
 constexpr std::size_t readSize = 65536;
 
-/// A reply that is kept whether or not there is room for those that are on their way.
-constexpr std::size_t smallReply = 65536;
+/// A body or a reply that is kept whether or not there is room beside those of other clients.
+constexpr std::size_t smallPart = 65536;
+
+/// What one client may have answered while others of the loop wait.
+constexpr int turnRequests = 16;
+constexpr std::chrono::milliseconds turnTime{5};
 
 bool wouldBlock(int error) {
   return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
@@ -51,7 +57,7 @@ WebConnection::WebConnection(std::shared_ptr<WebCore> core, WebCore::Socket sock
 }
 
 WebConnection::~WebConnection() {
-  hold(0);
+  count(0);
 }
 
 void WebConnection::start() {
@@ -68,13 +74,25 @@ void WebConnection::start() {
 }
 
 bool WebConnection::hold(std::size_t bytes) noexcept {
-  if (!core_->hold(bytes, held_))
+  if (bytes <= smallPart)
+    count(bytes);
+  else if (core_->hold(bytes, held_))
+    held_ = bytes;
+  else
     return false;
-  held_ = bytes;
   return true;
 }
 
+void WebConnection::count(std::size_t bytes) noexcept {
+  core_->count(bytes, held_);
+  held_ = bytes;
+}
+
 void WebConnection::wait(Next next) {
+  if (next == Next::Turn) {
+    boost::asio::post(socket_.get_executor(), [self = shared_from_this()] { self->step(Next::Turn); });
+    return;
+  }
   socket_.async_wait(next == Next::Read ? WebCore::Socket::wait_read : WebCore::Socket::wait_write,
                      [self = shared_from_this(), next](const boost::system::error_code& error) {
                        if (error)
@@ -87,9 +105,11 @@ void WebConnection::wait(Next next) {
 // Nothing that goes wrong with one client, for want of memory, reaches another.
 void WebConnection::step(Next ready) {
   try {
-    const Next next = ready == Next::Read ? read() : write();
-    if (next != Next::Nothing)
-      wait(next);
+    const Next next = ready == Next::Read ? read() : ready == Next::Write ? write() : goOnWithPending();
+    if (next == Next::Nothing)
+      return;
+    count(pending_.size() + unsent_.size() + (parser_ ? parser_->bodySize() : 0));
+    wait(next);
   } catch (const std::exception&) {
     end();
   }
@@ -124,8 +144,10 @@ WebConnection::Next WebConnection::write() {
   std::string().swap(unsent_);
   unsentAt_ = 0;
   const Next next = afterReply();
-  if (next != Next::GoOn)
-    return next;
+  return next == Next::GoOn ? goOnWithPending() : next;
+}
+
+WebConnection::Next WebConnection::goOnWithPending() {
   std::string held;
   held.swap(pending_);
   return feed(held);
@@ -147,14 +169,19 @@ WebConnection::Next WebConnection::feed(std::string_view data) {
   return next;
 }
 
-// Request after request, as far as the input goes and the replies go out.
+// Request after request, as far as the input goes and the replies go out, and others of the loop do not wait too long.
 WebConnection::Next WebConnection::takeInput() {
+  const auto start = WebCore::Clock::now();
+  int begun = 0;
   for (Next next = Next::GoOn;;) {
     if (!parser_) {
       while (!input_.empty() && (input_.front() == '\r' || input_.front() == '\n'))
         input_.remove_prefix(1); // some send a line end too many after a body
       if (input_.empty())
         return Next::Read;
+      if (begun > 0 && (begun == turnRequests || WebCore::Clock::now() - start >= turnTime))
+        return Next::Turn;
+      ++begun;
       parser_.emplace(core_->getLimits());
       request_ = Request();
       bodyUnread_ = replied_ = false;
@@ -220,11 +247,10 @@ void WebConnection::respond() {
   WebCore::Visit server(*core_);
   if (!server)
     return;
+  server_ = server.get();
   if (const unsigned long status = server->check(request_)) {
     Reply reply;
     server->createErrorPage(status, {}, reply);
-    server->addLog(remote_.getHostAddress() + ' ' + request_.method + ' ' + request_.path + ' ' +
-                   std::to_string(status));
     keep_ = sendReply(std::move(reply)) && request_.keepsAlive();
     return;
   }
@@ -262,22 +288,22 @@ WebConnection::Next WebConnection::refuse(unsigned long status) {
     return end();
   if (WebCore::Visit server(*core_); server) {
     Reply reply;
+    server_ = server.get();
     server->createErrorPage(status, {}, reply);
-    server->addLog(remote_.getHostAddress() + ' ' + std::to_string(status) + ' ' +
-                   ProtocolHTTP::getStatusPhrase(status));
     sendReply(std::move(reply));
   }
   return afterReply();
 }
 
 WebConnection::Next WebConnection::afterReply() {
+  server_ = nullptr;
   if (state_ == State::Detached) {
     leave();
     return Next::Nothing;
   }
   parser_.reset();
   request_ = Request();
-  hold(unsent_.size() > smallReply ? unsent_.size() : 0);
+  count(unsent_.size());
   if (!unsent_.empty())
     return enter(State::Writing) ? Next::Write : end();
   if (!replied_)
@@ -321,7 +347,7 @@ bool WebConnection::transmit(const Reply& reply, std::string* body) {
     return false;
   const std::string& whole = body != nullptr ? *body : reply.body;
   const std::string& content = request_.method == "HEAD" ? none : whole;
-  if (content.size() > smallReply && !hold(request_.body.size() + content.size())) {
+  if (content.size() > smallPart && !hold(request_.body.size() + content.size())) {
     bodyUnread_ = true;
     Reply busy;
     busy.status = 503;
@@ -331,6 +357,8 @@ bool WebConnection::transmit(const Reply& reply, std::string* body) {
     return transmit(busy, nullptr);
   }
   const std::string head = replyHead(reply, whole.size(), core_->getProduct(), bodyUnread_ || core_->isClosed());
+  if (server_ != nullptr)
+    server_->logRequest(*this, request_, reply.status);
   const ssize_t sent = sendNow(descriptor_, head, content);
   if (sent < 0)
     return false;
@@ -351,9 +379,11 @@ bool WebConnection::transmit(const Reply& reply, std::string* body) {
 }
 
 Descriptor WebConnection::detach(std::string& unread) {
-  const std::lock_guard guard(lock_);
-  if (state_ != State::Answering || replied_)
+  if (replied_ || state_ != State::Answering)
     return Descriptor();
+  if (server_ != nullptr)
+    server_->logRequest(*this, request_, 101);
+  const std::lock_guard guard(lock_);
   unread = std::string(input_);
   input_ = {};
   boost::system::error_code error;
@@ -378,7 +408,7 @@ WebConnection::Next WebConnection::end() {
 }
 
 void WebConnection::leave() {
-  hold(0);
+  count(0);
   try {
     if (WebCore::Visit server(*core_); server)
       server->removeClient(*this);

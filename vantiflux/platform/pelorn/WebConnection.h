@@ -59,14 +59,15 @@ private:
     Detached,  ///< or somebody else's
   };
 
-  /// What the connection waits for, or, inside a step, what to do. Waiting is the last thing that a step does: another
-  /// thread may take the next one at once.
-  enum class Next { GoOn, Read, Write, Nothing };
+  /// What the connection waits for, its next turn among others of its loop too, or, inside a step, what to do. Waiting
+  /// is the last thing that a step does: another thread may take the next one at once.
+  enum class Next { GoOn, Read, Write, Turn, Nothing };
 
   void wait(Next next);
   void step(Next ready);
   Next read();
   Next write();
+  Next goOnWithPending();
   Next feed(std::string_view data);
   Next takeInput();
   Next takeHead(HTTPParser& parser);
@@ -80,6 +81,7 @@ private:
   Next giveUp();
   bool goOn(std::chrono::milliseconds pause, std::size_t bytes);
   bool hold(std::size_t bytes) noexcept;
+  void count(std::size_t bytes) noexcept;
   void leave();
   Next end();
   /// False when the connection has been ended from outside.
@@ -102,8 +104,9 @@ private:
   // The rest is the steps' own.
   std::optional<HTTPParser> parser_;
   Request request_;
-  std::string pending_;    ///< input that is of no use yet
-  std::string_view input_; ///< what this step has to deal with, here or on the stack
+  ThreadedWebServer* server_ = nullptr; ///< while the request is answered
+  std::string pending_;                 ///< input that is of no use yet
+  std::string_view input_;              ///< what this step has to deal with, here or on the stack
   std::size_t bodyAt_ = 0;
   bool replied_ = false;
   bool bodyUnread_ = false;

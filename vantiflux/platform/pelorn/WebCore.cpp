@@ -44,11 +44,14 @@ std::chrono::milliseconds sweepTime(const WebLimits& limits) {
   return std::clamp<std::chrono::milliseconds>(least / 4, 10ms, 1000ms);
 }
 
-// The rest is for what the requests want.
+// However many a process may have: a head and a small body or reply are kept for every connection that is accepted.
+constexpr rlim_t maxDescriptors = 8192;
+
+// The rest of the descriptors is for what the requests want.
 WebLimits complete(WebLimits limits) {
   rlimit descriptors{};
   if (limits.connections == 0 && ::getrlimit(RLIMIT_NOFILE, &descriptors) == 0)
-    limits.connections = static_cast<std::size_t>(std::min<rlim_t>(descriptors.rlim_cur, 1U << 20) / 2);
+    limits.connections = static_cast<std::size_t>(std::min(descriptors.rlim_cur, maxDescriptors) / 2);
   limits.connections = std::max<std::size_t>(limits.connections, 1);
   limits.rate = std::max<std::size_t>(limits.rate, 1);
   return limits;
@@ -144,7 +147,7 @@ void WebCore::acceptClients() {
       isShort = connections_.size() >= limits_.connections;
       if (isShort)
         break;
-      Socket client = acceptor_->accept(loops_.next(), error);
+      Socket client = acceptor_->accept(loops_.at(accepted_), error);
       isShort = isShortage(error);
       if (error)
         break;
@@ -163,6 +166,7 @@ void WebCore::acceptClients() {
 // take what is posted to it.
 void WebCore::add(Socket socket) {
   const auto context = socket.get_executor();
+  ++accepted_; // the next one goes to the next loop
   const auto connection = std::make_shared<WebConnection>(shared_from_this(), std::move(socket));
   const auto place = connections_.emplace(connection.get(), connection).first;
   try {

@@ -67,6 +67,7 @@ public:
     Visit& operator=(const Visit&) = delete;
     explicit operator bool() const noexcept { return server_ != nullptr; }
     ThreadedWebServer* operator->() const noexcept { return server_; }
+    ThreadedWebServer* get() const noexcept { return server_; }
 
   private:
     WebCore& core_;
@@ -78,6 +79,8 @@ public:
   void removeConnection(const WebConnection& connection);
   /// Counts what a connection keeps in place of what it kept before, in bytes; false when there is no room for more.
   bool hold(std::size_t bytes, std::size_t before) noexcept;
+  /// The same, room or not.
+  void count(std::size_t bytes, std::size_t before) noexcept { held_ += bytes - before; }
 
 private:
   using Acceptor = boost::asio::basic_socket_acceptor<boost::asio::ip::tcp, Executor>;
@@ -116,6 +119,7 @@ private:
   Pause pause_ = Pause::None;
   Clock::time_point resumeAt_; ///< when to accept again, be there room or not
   std::unique_ptr<Acceptor> acceptor_;
+  std::size_t accepted_ = 0; ///< clients so far
   std::unordered_map<const WebConnection*, std::weak_ptr<WebConnection>> connections_;
 };
 

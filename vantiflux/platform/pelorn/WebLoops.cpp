@@ -82,8 +82,7 @@ bool WebLoops::hasEnded() const {
   return workers_ == 0;
 }
 
-boost::asio::io_context& WebLoops::next() {
-  const std::size_t turn = turn_.fetch_add(1, std::memory_order_relaxed);
+boost::asio::io_context& WebLoops::at(std::size_t turn) {
   return std::next(loops_.begin(), static_cast<std::ptrdiff_t>(turn % loops_.size()))->context;
 }
 

@@ -34,8 +34,8 @@ public:
   bool hasEnded() const;
 
   boost::asio::io_context& first() { return loops_.front().context; }
-  /// The loops in turn.
-  boost::asio::io_context& next();
+  /// One after the other, again and again.
+  boost::asio::io_context& at(std::size_t turn);
 
   /// Looks at threads that have been in the same Busy scope since the last call, and replaces them where a loop has no
   /// other. Whether any thread was in such a scope since.
@@ -69,7 +69,6 @@ private:
   const unsigned maxBlocked_;
   const std::function<void()> ended_;
   std::list<Loop> loops_;
-  std::atomic<std::size_t> turn_{0};
   mutable std::mutex lock_; ///< guards the rest, and what stands there
   std::weak_ptr<void> owner_;
   std::size_t workers_ = 0;

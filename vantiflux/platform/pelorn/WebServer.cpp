@@ -97,9 +97,6 @@ std::size_t WebServer::getBodyLimit(const Request& request) const {
 unsigned WebServer::handleRequest(WebClient& client, Request& request) {
   Reply reply;
   fill(request, reply);
-  if (log_.getSize() > 0)
-    addLog(client.getRemoteAddress().getHostAddress() + ' ' + request.method + ' ' + request.path + ' ' +
-           std::to_string(reply.status));
   const bool keep = request.keepsAlive();
   if (!keep || request.minorVersion == 0)
     reply.headers.setParam("Connection", keep ? "keep-alive" : "close");
@@ -152,6 +149,14 @@ void WebServer::createErrorPage(unsigned long status, const std::string& text, R
 
 void WebServer::addLog(const std::string& line) {
   log_.add(line);
+}
+
+// A request that could not be read has neither method nor path.
+void WebServer::logRequest(const WebClient& client, const Request& request, unsigned long status) {
+  if (log_.getSize() <= 0)
+    return;
+  const std::string asked = request.method.empty() ? "" : ' ' + request.method + ' ' + request.path;
+  addLog(client.getRemoteAddress().getHostAddress() + asked + ' ' + std::to_string(status));
 }
 
 int WebServer::createLogPage(const Request&, Reply& reply) {

@@ -48,6 +48,8 @@ public:
   virtual int dispatch(const ProtocolHTTP::Request& request, ProtocolHTTP::Reply& reply);
   /// Takes an event into the log.
   virtual void addLog(const std::string& line);
+  /// The event of a request that is answered with this status, by whomever.
+  void logRequest(const WebClient& client, const ProtocolHTTP::Request& request, unsigned long status);
   /// How many bytes of a request's body are wanted: a longer one is refused. With 0 it is not read, and the connection
   /// ends with the reply.
   virtual std::size_t getBodyLimit(const ProtocolHTTP::Request& request) const;

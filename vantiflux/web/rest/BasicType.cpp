@@ -78,16 +78,35 @@ std::uint64_t get_size(OutSlot<ListOf<T>>&) {
   return 0;
 }
 
-// Whoever looks and takes under the slot's lock never waits for a value that another reader took in between. An
-// interrupt is meant for the slot's own reader, and handed on.
+/// Holds a mutex, if nobody else does.
+class TryLock {
+public:
+  explicit TryLock(Tarsil::Mutex& mutex) TARSIL_NO_ANALYSIS : mutex_(mutex), holds_(mutex.tryLock()) {}
+  ~TryLock() TARSIL_NO_ANALYSIS {
+    if (holds_)
+      mutex_.unlock();
+  }
+  explicit operator bool() const noexcept { return holds_; }
+
+private:
+  Tarsil::Mutex& mutex_;
+  const bool holds_;
+};
+
+/// The mutexes of a slot, which itself offers no more than to wait for them.
+struct MutexesOf : Slot {
+  static constexpr Tarsil::Mutex Slot::*listeners = &MutexesOf::listenersMutex_;
+  static constexpr Tarsil::Mutex Slot::*data = &MutexesOf::dataMutex_;
+};
+
+// Whoever looks and takes under the slot's lock never waits for a value that another reader took in between; nor does a
+// listener, who takes the value that he is told of. The locks are not waited for: the lock of structure would be lent
+// meanwhile, and the node might go. An interrupt is meant for the slot's own reader, and handed on.
 template <class T>
 std::uint64_t get_size(InSlot<ListOf<T>>& slot) {
-  struct Locked {
-    explicit Locked(const Slot& s) : slot(s) { slot.lock(); }
-    ~Locked() { slot.unlock(); }
-    const Slot& slot;
-  } const locked(slot);
-  if (slot.empty())
+  const TryLock alone(slot.*MutexesOf::listeners);
+  const TryLock locked(slot.*MutexesOf::data);
+  if (!alone || !locked || slot.empty())
     return 0;
   try {
     const ListOf<T> list = slot.pop().getValue();

@@ -21,7 +21,7 @@ struct VANTIFLUX_API BasicType {
 /// The type of a slot's values; "invalid" for a null slot and for a type that clients cannot ask for.
 ///
 /// The length of a list is 0 for an out-slot. For an in-slot it is the number of elements of the value that waits in
-/// it, and asking takes that value out.
+/// it, and asking takes that value out; 0 while somebody else holds the slot, or its listeners run.
 ///
 /// Instantiated for BasicOutSlot with OutSlot and for BasicInSlot with InSlot.
 template <class Base, template <class> class Slot>

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <ostream>
 #include <stdexcept>
 #include <type_traits>
 
@@ -21,6 +20,7 @@ using Vantiflux::Image;
 namespace {
 
 constexpr int quality = 85;
+constexpr std::size_t usualBytes = std::size_t{32} << 20;
 constexpr std::uint64_t largestSide = 65500; ///< that JPEG can express
 
 /// A JPEG stream in memory, encoded from an image of three or four bytes a pixel. Empty when that is not possible.
@@ -56,9 +56,9 @@ private:
 
 } // namespace
 
-void imageToString(std::ostream& stream, const Image* image) {
+std::string imageToString(const Image* image) {
   if (image == nullptr)
-    return;
+    return {};
   Image converted;
   if (image->format() != Image::RGB24 && image->format() != Image::RGB32) {
     converted = *image;
@@ -67,11 +67,13 @@ void imageToString(std::ostream& stream, const Image* image) {
   }
   const Jpeg jpeg(*image);
   if (jpeg.size() == 0)
-    return;
-  std::size_t size = (jpeg.size() + 2) / 3 * 4 + 1;
-  const auto text = std::make_unique_for_overwrite<unsigned char[]>(size);
-  if (base64_enc(jpeg.data(), jpeg.size(), text.get(), &size) != 0)
-    stream.write(reinterpret_cast<const char*>(text.get()), static_cast<std::streamsize>(size));
+    return {};
+  std::string text((jpeg.size() + 2) / 3 * 4 + 1, '\0');
+  std::size_t size = text.size();
+  if (base64_enc(jpeg.data(), jpeg.size(), reinterpret_cast<unsigned char*>(text.data()), &size) == 0)
+    size = 0;
+  text.resize(size);
+  return text;
 }
 
 template <>
@@ -81,10 +83,12 @@ void valueFromString(const std::string& text, Vantiflux::SmartPtr<Image>& value)
   if (base64_dec(reinterpret_cast<const unsigned char*>(text.data()), text.size(), file.get(), &size) == 0)
     throw std::runtime_error("Error converting image");
   const PictureDecoder picture(file.get(), size);
+  const std::size_t bytes = std::size_t{picture.width()} * picture.height() * 3;
   if (!value)
     value.acquire();
+  if (bytes <= usualBytes && value->capacity() > usualBytes)
+    *value = Image(); // the pool need not keep the buffer of a huge picture
   value->setParameters(picture.width(), picture.height(), Image::RGB24);
-  const std::size_t bytes = std::size_t{picture.width()} * picture.height() * 3;
   std::copy_n(picture.pixels(), std::min(bytes, value->capacity()), value->data());
 }
 

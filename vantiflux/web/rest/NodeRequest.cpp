@@ -2,13 +2,13 @@
 
 #include <cstdint>
 #include <exception>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 #include <vector>
 
-#include <boost/lexical_cast/try_lexical_convert.hpp>
-
 #include <vantiflux/core/Root.h>
+#include <vantiflux/web/rest/NumberText.h>
 #include <vantiflux/web/rest/URLPath.h>
 #include <vantiflux/web/rest/VCElement.h>
 
@@ -44,9 +44,7 @@ private:
 
 /// Null for a component that names none.
 Namespace* findChild(const std::string& name, Namespace* parent) {
-  std::int32_t index = -1;
-  if (!boost::conversion::try_lexical_convert(name, index))
-    index = -1;
+  const std::int32_t index = readNumber<std::int32_t>(name).value_or(-1);
   try {
     return index == -1 ? findName(name, parent) : findAddress(static_cast<unsigned long>(index), parent);
   } catch (const std::exception&) {
@@ -89,12 +87,12 @@ void readLastWord(const std::string& component, NodeRequest& request) {
 
 /// Puts a name in the place of a number that counts attributes. A number that is too large stays, and names none.
 void resolveIndex(NodeRequest& request) {
-  std::uint64_t index = 0;
-  if (!boost::conversion::try_lexical_convert(request.attribute, index))
+  const std::optional<std::uint64_t> index = readNumber<std::uint64_t>(request.attribute);
+  if (!index.has_value())
     return;
   const VCElement element(request.node);
-  if (index < element.getAttributes().size())
-    request.attribute = element.getAttributes()[index];
+  if (*index < element.getAttributes().size())
+    request.attribute = element.getAttributes()[*index];
 }
 
 } // namespace

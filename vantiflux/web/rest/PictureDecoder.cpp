@@ -1,5 +1,8 @@
 #include <vantiflux/web/rest/PictureDecoder.h>
 
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <semaphore>
@@ -57,17 +60,48 @@ void* takeAgain(void* memory, std::size_t size) {
 
 namespace REST {
 
+namespace {
+
+constexpr std::chrono::seconds patience{10};
+std::counting_semaphore<> places(2);
+
+/// A JPEG file may go over its pixels as often as it likes, ten bytes each time. Some ten times is usual, for a picture
+/// that becomes finer and finer.
+constexpr std::uint64_t scanLimit = 100;
+constexpr std::uint64_t workLimit = std::uint64_t{1} << 31; ///< pixels times scans: some seconds
+
+/// Whether the work that the file asks for is granted. What looks like the mark of a scan and is none counts as well:
+/// with a thumbnail and a colour profile it comes to a few.
+bool isGranted(const unsigned char* bytes, int size) {
+  int width = 0;
+  int height = 0;
+  int channels = 0;
+  if (stbi_info_from_memory(bytes, size, &width, &height, &channels) == 0 || width <= 0 || height <= 0)
+    return false;
+  std::uint64_t scans = 0;
+  if (bytes[0] == 0xff)
+    for (int i = 1; i < size; ++i)
+      scans += bytes[i - 1] == 0xff && bytes[i] == 0xda ? 1 : 0;
+  return scans <= scanLimit && scans * static_cast<unsigned>(width) * static_cast<unsigned>(height) <= workLimit;
+}
+
+} // namespace
+
+PicturePlace::PicturePlace() {
+  if (!places.try_acquire_for(patience))
+    throw std::runtime_error("Too many images at a time");
+}
+
+PicturePlace::~PicturePlace() {
+  places.release();
+}
+
 PictureDecoder::PictureDecoder(const unsigned char* bytes, std::size_t size) {
-  static std::counting_semaphore<> places(2);
-  struct Place {
-    Place() { places.acquire(); }
-    ~Place() { places.release(); }
-  } const place;
   allowance = memoryLimit;
   int width = 0;
   int height = 0;
   int channels = 0;
-  if (size <= static_cast<std::size_t>(std::numeric_limits<int>::max()))
+  if (size <= static_cast<std::size_t>(std::numeric_limits<int>::max()) && isGranted(bytes, static_cast<int>(size)))
     pixels_.reset(stbi_load_from_memory(bytes, static_cast<int>(size), &width, &height, &channels, 3));
   if (pixels_ == nullptr || width <= 0 || height <= 0)
     throw std::runtime_error("Error converting image");

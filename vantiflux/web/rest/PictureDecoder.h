@@ -5,11 +5,23 @@
 
 namespace REST {
 
+/// One of two places for those who have a picture on its way into a slot: so that pictures cannot take the memory of
+/// the machine, nor all of its processors. Whoever brings one has a place from before it is decoded until the slot's
+/// listeners have had it.
+class PicturePlace {
+public:
+  /// Waits for a place, but not for ever: a listener may take its time. Throws std::runtime_error then.
+  PicturePlace();
+  ~PicturePlace();
+  PicturePlace(const PicturePlace&) = delete;
+  PicturePlace& operator=(const PicturePlace&) = delete;
+};
+
 /// The pixels of a picture file: R, G, B, line by line without padding.
 class PictureDecoder {
 public:
-  /// Throws std::runtime_error for bytes that are no JPEG, PNG or BMP file, or one that needs more memory than is
-  /// granted. Waits while two others decode, so that pictures cannot take the memory of the machine.
+  /// Throws std::runtime_error for bytes that are no JPEG, PNG or BMP file, and for one that needs more memory or work
+  /// than is granted.
   PictureDecoder(const unsigned char* bytes, std::size_t size);
 
   unsigned width() const noexcept { return width_; }

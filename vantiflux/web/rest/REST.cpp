@@ -1,7 +1,5 @@
 #include <vantiflux/web/rest/REST.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <ctime>
 #include <exception>
@@ -10,13 +8,14 @@
 #include <utility>
 
 #include <boost/filesystem/path.hpp>
-#include <boost/lexical_cast/try_lexical_convert.hpp>
 #include <boost/smart_ptr/make_shared.hpp>
 
+#include <vantiflux/platform/pelorn/HTTPText.h>
 #include <vantiflux/platform/pelorn/WebSocketServer.h>
 #include <vantiflux/platform/tarsil/Console.h>
 #include <vantiflux/web/rest/HTTPObserver.h>
 #include <vantiflux/web/rest/NodeRequest.h>
+#include <vantiflux/web/rest/NumberText.h>
 #include <vantiflux/web/rest/TreeAccess.h>
 #include <vantiflux/web/rest/VCAttribute.h>
 #include <vantiflux/web/rest/VCElement.h>
@@ -81,10 +80,9 @@ bool becomesWebSocket(Pelorn::WebClient* client, const Request& request, const T
 
 /// Of POST alone, and as long as it was announced. False when it is not there.
 bool readBody(ProtocolHTTP& protocol, Request& request) {
-  int size = 0;
-  if (request.method != "POST" ||
-      !boost::conversion::try_lexical_convert(request.headers.getParam("Content-Length", std::string()), size) ||
-      size <= 0) {
+  const std::string length = request.headers.getParam("Content-Length", std::string());
+  int size = request.method == "POST" ? readNumber<int>(length).value_or(0) : 0;
+  if (size <= 0) {
     request.body.clear();
     return true;
   }
@@ -99,9 +97,7 @@ bool readBody(ProtocolHTTP& protocol, Request& request) {
 bool keepsAlive(Pelorn::WebClient& client, const Request& request) {
   if (client.countRequest() >= requestLimit || request.majorVersion == 0)
     return false;
-  std::string connection = request.headers.getParam("connection", std::string());
-  std::transform(connection.begin(), connection.end(), connection.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  const std::string connection = Pelorn::HTTPText::lower(request.headers.getParam("connection", std::string()));
   return request.minorVersion == 0 ? connection == "keep-alive" : connection != "close";
 }
 

@@ -1,16 +1,17 @@
 #include <vantiflux/web/rest/SlotText.h>
 
-#include <charconv>
-#include <concepts>
+#include <locale>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
-#include <system_error>
 #include <type_traits>
 #include <utility>
 
-#include <boost/lexical_cast.hpp>
+#include <boost/lexical_cast/bad_lexical_cast.hpp>
 
 #include <vantiflux/core/Data.h>
+#include <vantiflux/web/rest/NumberText.h>
+#include <vantiflux/web/rest/PictureDecoder.h>
 #include <vantiflux/web/rest/SlotTypeList.h>
 #include <vantiflux/web/rest/ValueText.h>
 
@@ -55,11 +56,16 @@ public:
   explicit TypedValue(T value) : value_(std::move(value)) {}
 
   std::string text() const override {
-    if constexpr (std::is_same_v<T, std::string>)
+    if constexpr (std::is_same_v<T, std::string>) {
       return value_;
-    std::ostringstream stream;
-    write(stream, value_);
-    return std::move(stream).str();
+    } else if constexpr (std::is_same_v<T, SmartPtr<Image>>) {
+      return imageToString(value_.get()); // long, and not to be copied on its way
+    } else {
+      std::ostringstream stream;
+      stream.imbue(std::locale::classic());
+      write(stream, value_);
+      return std::move(stream).str();
+    }
   }
 
   std::string floats() const override {
@@ -101,9 +107,34 @@ T getValue(InSlot<T>& slot) {
 }
 
 template <class T>
+T read(const std::string& text) {
+  if constexpr (std::is_same_v<T, std::string>)
+    return text;
+  else if (const std::optional<T> number = readNumber<T>(text))
+    return *number;
+  else
+    throw boost::bad_lexical_cast(typeid(std::string), typeid(T));
+}
+
+template <>
+SmartPtr<Image> read(const std::string& text) {
+  SmartPtr<Image> image;
+  valueFromString(text, image);
+  return image;
+}
+
+/// What is to be had before a value of the type is made, and kept until it is where it was sent.
+template <class T>
+struct Needed {};
+template <>
+struct Needed<SmartPtr<Image>> {
+  PicturePlace place{};
+};
+
+template <class T>
 class TypedSentValue final : public SentValue {
 public:
-  explicit TypedSentValue(T value) : value_(std::move(value)) {}
+  explicit TypedSentValue(const std::string& text) : value_(read<T>(text)) {}
 
   void push(BasicInSlot& slot) const override {
     if (auto* const typed = dynamic_cast<InSlot<T>*>(&slot))
@@ -111,38 +142,12 @@ public:
   }
 
 private:
+  [[no_unique_address]] const Needed<T> needed_{};
   const T value_;
 };
 
 /// Those that can be written as text.
 using SentTypes = TypeList<float, double, int, bool, long, std::string, SmartPtr<Image>>;
-
-// Not by way of boost::lexical_cast, which takes the decimal point from the host's locale.
-template <std::floating_point T>
-T readNumber(const std::string& text) {
-  const char* const end = text.data() + text.size();
-  const bool hasPlus = text.size() > 1 && text[0] == '+' && text[1] != '-';
-  T number{};
-  const auto [next, error] = std::from_chars(text.data() + (hasPlus ? 1 : 0), end, number);
-  if (error != std::errc() || next != end)
-    throw boost::bad_lexical_cast(typeid(std::string), typeid(T));
-  return number;
-}
-
-template <class T>
-T read(const std::string& text) {
-  if constexpr (std::is_same_v<T, std::string>) {
-    return text;
-  } else if constexpr (std::is_same_v<T, SmartPtr<Image>>) {
-    T image;
-    valueFromString(text, image);
-    return image;
-  } else if constexpr (std::is_floating_point_v<T>) {
-    return readNumber<T>(text);
-  } else {
-    return boost::lexical_cast<T>(text);
-  }
-}
 
 } // namespace
 
@@ -164,7 +169,7 @@ std::unique_ptr<SentValue> parse(const std::type_info& type, const std::string& 
   std::unique_ptr<SentValue> value;
   SentTypes::forEach([&]<class T>() {
     if (value == nullptr && type == typeid(T))
-      value = std::make_unique<TypedSentValue<T>>(read<T>(text));
+      value = std::make_unique<TypedSentValue<T>>(text);
   });
   return value;
 }

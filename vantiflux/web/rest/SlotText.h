@@ -9,7 +9,8 @@
 #include <vantiflux/core/BasicOutSlot.h>
 
 /// What clients read from slots and write into them. All operations are for slots that stay: see VCAttribute for how
-/// that is seen to.
+/// that is seen to. None needs the lock of structure, and it is better not held: reading waits for a delivery that is
+/// under way, writing runs the slot's listeners.
 namespace REST {
 
 /// A copy of a slot's value, to be turned into text or bytes when no lock is held any more.
@@ -37,6 +38,8 @@ public:
 
 /// The value of that type that a text stands for; null for a type that cannot be written as text. Throws
 /// boost::bad_lexical_cast for a text that is no such value, std::runtime_error for one that is no image.
+///
+/// An image holds one of the places for pictures as long as the SentValue lives (see PicturePlace): let go of it soon.
 VANTIFLUX_API std::unique_ptr<SentValue> parse(const std::type_info& type, const std::string& text);
 
 /// Instantiated for BasicOutSlot with OutSlot and for BasicInSlot with InSlot.

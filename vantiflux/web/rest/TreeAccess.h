@@ -7,8 +7,8 @@
 namespace REST {
 
 /// A request's hold of the tree: the lock of structure. As long as it is held no slot and no node that stands in the
-/// tree goes away, whoever wants to remove it, with or without the root lock. A wait for a slot may lend it (see
-/// Tarsil::Mutex): nothing that was found before such a wait is used after it.
+/// tree goes away, whoever wants to remove it, with or without the root lock. It is left before values are read or
+/// pushed, which may last (see SlotVisit).
 ///
 /// Throws std::runtime_error when the root has been disabled: with the process the tree may be on its way out, and the
 /// root's destructor does not begin while this is held.

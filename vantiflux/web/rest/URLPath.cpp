@@ -1,8 +1,8 @@
 #include <vantiflux/web/rest/URLPath.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cstddef>
+
+#include <vantiflux/platform/pelorn/HTTPText.h>
 
 namespace REST {
 
@@ -54,9 +54,7 @@ void decodeUnsafeCharacters(std::string& text, const std::string& keep, unsigned
 
 void mimetype(const std::string& text, std::string& base, std::string& extension) {
   const std::size_t point = text.find('.');
-  std::string tail = point == std::string::npos ? std::string() : text.substr(point + 1);
-  std::transform(tail.begin(), tail.end(), tail.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  std::string tail = point == std::string::npos ? std::string() : Pelorn::HTTPText::lower(text.substr(point + 1));
   base = text.substr(0, point);
   extension = std::move(tail);
 }

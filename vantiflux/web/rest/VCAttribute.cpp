@@ -1,9 +1,11 @@
 #include <vantiflux/web/rest/VCAttribute.h>
 
 #include <algorithm>
-#include <cstdint>
+#include <memory>
 #include <stdexcept>
+#include <utility>
 
+#include <vantiflux/core/SlotVisit.h>
 #include <vantiflux/values/SlotTypes.h>
 #include <vantiflux/web/rest/TreeAccess.h>
 #include <vantiflux/web/rest/URLPath.h>
@@ -38,6 +40,27 @@ BasicOutSlot* outSlotOf(const Node& node, const std::string& label) {
   node.getOutSlots("*", entries);
   return slotOf(entries, label);
 }
+
+/// The slot that is found under the lock of structure, if any, and a visit there, with which that lock is left.
+template <class FindNode, class FindSlot>
+auto visit(const FindNode& findNode, const FindSlot& findSlot) {
+  const TreeAccess access;
+  auto* const slot = findSlot();
+  return std::pair(slot, slot == nullptr ? nullptr : std::make_unique<SlotVisit>(*findNode(), *slot));
+}
+
+/// One writer after the other: a listener takes the value that he is told of, and would wait for ever for one that
+/// another writer's has taken the place of.
+class Turn {
+public:
+  explicit Turn(const Slot& slot) TARSIL_NO_ANALYSIS : slot_(slot) { slot_.listenersLock(); }
+  ~Turn() TARSIL_NO_ANALYSIS { slot_.listenersUnlock(); }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+private:
+  const Slot& slot_;
+};
 
 std::vector<std::string> formatsOf(const BasicType& type) {
   std::vector<std::string> formats{type.name};
@@ -155,8 +178,7 @@ void VCAttribute::toJSON(Reply& reply) {
 void VCAttribute::hold() {
   if (kind_ != Kind::OutSlot || held_ != nullptr)
     return;
-  const TreeAccess access;
-  BasicOutSlot* const slot = findOutSlot();
+  const auto [slot, staying] = visit([this] { return findNode(); }, [this] { return findOutSlot(); });
   if (slot == nullptr)
     throw std::runtime_error(missing());
   held_ = REST::hold<BasicOutSlot, OutSlot>(slot);
@@ -198,7 +220,10 @@ std::string VCAttribute::valueText() {
 }
 
 void VCAttribute::dataToString(Reply& reply) {
-  reply.body += valueText();
+  if (reply.body.empty())
+    reply.body = valueText();
+  else
+    reply.body += valueText();
 }
 
 void VCAttribute::dataToXML(Reply& reply) {
@@ -227,10 +252,10 @@ void VCAttribute::write(const std::string& text) {
   const std::unique_ptr<SentValue> value = parse(*valueType_, text);
   if (value == nullptr)
     return;
-  const TreeAccess access;
-  BasicInSlot* const slot = findInSlot();
+  const auto [slot, staying] = visit([this] { return findNode(); }, [this] { return findInSlot(); });
   if (slot == nullptr)
     throw std::runtime_error(missing());
+  const Turn turn(*slot);
   value->push(*slot);
 }
 

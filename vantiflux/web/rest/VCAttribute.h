@@ -30,6 +30,7 @@ public:
   /// The format is "data." and what follows the first point of what the client asked for; nothing after the point
   /// stands for the first format that the attribute is read in. Throws for one that it is not read in.
   void data(Reply& reply, const std::string& format) override;
+  /// Of an out-slot, waiting for a delivery under way, in the course of a SlotVisit as well.
   void hold() override;
 
   void dataToString(Reply& reply);
@@ -41,7 +42,7 @@ public:
   /// Puts the value that a text stands for into an in-slot, running the slot's listeners. Does nothing for a field, an
   /// out-slot and a type that has no way in. Throws for a text that is no value of the type, and when the slot is gone.
   ///
-  /// The lock of structure is held while the listeners run, as when a slot is connected: so the slot stays.
+  /// The slot is found under the lock of structure, which is left then: the listeners run in the course of a SlotVisit.
   void write(const std::string& text);
 
   /// The slot at the place of this one, of the same type; null when there is none. Need TreeAccess.

@@ -71,7 +71,7 @@ void valueToString(std::ostream& stream, const T& value) {
   else if constexpr (std::integral<T>)
     detail::writeNumber(stream, static_cast<long>(value));
   else if constexpr (std::same_as<T, Vantiflux::SmartPtr<Vantiflux::Image>>)
-    imageToString(stream, value.get());
+    stream << imageToString(value.get());
   else
     stream << value;
 }
