@@ -2,8 +2,6 @@
 
 #include <stdexcept>
 
-#include <vantiflux/core/Graveyard.h>
-
 namespace REST {
 
 using namespace Vantiflux;
@@ -16,10 +14,10 @@ TreeAccess::TreeAccess() TARSIL_NO_ANALYSIS {
   }
 }
 
-// What was removed meanwhile may have waited for the end of a delivery that was made from here.
+// No look at the graveyard here, though the lock was held: a visit may just have begun, and a destructor that runs on
+// the visitor's own thread does not wait for it when it takes the slot away. The visit's end looks there.
 TreeAccess::~TreeAccess() TARSIL_NO_ANALYSIS {
   treeMutex().unlock();
-  Graveyard::visit();
 }
 
 Root& TreeAccess::root() {
