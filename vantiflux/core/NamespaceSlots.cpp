@@ -42,7 +42,13 @@ void Namespace::removeSlotOf(const std::string& label, BasicSlot* slot) {
   auto* entry = table.findExact(label, slot);
   if (entry == nullptr)
     entry = table.find(label, slot); // a pattern
-  if (entry == nullptr || --entry->useCount > 0)
+  if (entry == nullptr) {
+    // Somebody else took it out, and may still wait for those who have found it; the caller counts on it as much.
+    if (slot != nullptr && !Restructuring::isChanging())
+      SlotVisit::awaitEnd(*slot);
+    return;
+  }
+  if (--entry->useCount > 0)
     return;
   // From here on the entry's own label and slot count: the caller may have given a pattern, or no slot.
   const LabeledSlotOf<BasicSlot> removed = *entry;

@@ -47,6 +47,16 @@ struct MortalNode : SlotNode<float> {
   std::atomic<int>& deaths;
 };
 
+/// Counts who looks for a slot whose label another one has in another case: a writer does so twice, at last where he
+/// begins his visit before he leaves the lock of structure.
+struct WatchedNode : SlotNode<float> {
+  void getInSlots(const std::string& pattern, std::vector<LabeledInSlot>& slots) const override {
+    ++looks;
+    SlotNode<float>::getInSlots(pattern, slots);
+  }
+  mutable std::atomic<int> looks{0};
+};
+
 void changeTheTree() {
   Root::the().addRoute("from", "to");
   Root::the().removeRoute("from", "to");
@@ -170,6 +180,29 @@ TEST(Dispatch, AListenerMayTakeItsOwnSlotAndNodeAway) {
   node.in.addListener(remover);
   EXPECT_EQ(post("z/In"), 200U);
   EXPECT_EQ(deaths, 1);
+}
+
+TEST(Dispatch, AListenerThatTakesItsSlotAwayWaitsForTheNextWriter) {
+  for (int round = 0; round < 20; ++round) {
+    const Planted<WatchedNode> node("z");
+    InSlot<float> slot;
+    node->addInSlot("IN", &slot);
+    std::thread next;
+    int calls = 0;
+    Reaction remover([&] {
+      if (++calls > 1)
+        return;
+      const int seen = node->looks;
+      next = std::thread([] { EXPECT_EQ(post("z/IN"), 200U); });
+      while (node->looks < seen + 2)
+        std::this_thread::yield();
+      node->removeInSlot("IN", &slot);
+      EXPECT_EQ(calls, 2);
+    });
+    slot.addListener(remover);
+    EXPECT_EQ(post("z/IN"), 200U);
+    next.join();
+  }
 }
 
 TEST(Dispatch, TwoListenersMayRemoveEachOthersNodes) {

@@ -3,6 +3,7 @@
 #include <type_traits>
 
 #include <vantiflux/core/InterruptedException.h>
+#include <vantiflux/web/rest/SlotMutexes.h>
 #include <vantiflux/web/rest/SlotTypeList.h>
 
 namespace REST {
@@ -93,19 +94,15 @@ private:
   const bool holds_;
 };
 
-/// The mutexes of a slot, which itself offers no more than to wait for them.
-struct MutexesOf : Slot {
-  static constexpr Tarsil::Mutex Slot::*listeners = &MutexesOf::listenersMutex_;
-  static constexpr Tarsil::Mutex Slot::*data = &MutexesOf::dataMutex_;
-};
-
-// Whoever looks and takes under the slot's lock never waits for a value that another reader took in between; nor does a
-// listener, who takes the value that he is told of. The locks are not waited for: the lock of structure would be lent
-// meanwhile, and the node might go. An interrupt is meant for the slot's own reader, and handed on.
+// Whoever looks and takes under the slot's lock never waits for a value that another reader took in between. Nor is a
+// value taken while a listener has it in hand; but a writer holds no lock of the slot between storing the value and
+// telling of it, so a listener may be told of one that has been taken here, and must look first. The locks are not
+// waited for: the lock of structure would be lent meanwhile, and the node might go. An interrupt is meant for the
+// slot's own reader, and handed on.
 template <class T>
 std::uint64_t get_size(InSlot<ListOf<T>>& slot) {
-  const TryLock alone(slot.*MutexesOf::listeners);
-  const TryLock locked(slot.*MutexesOf::data);
+  const TryLock alone(slot.*SlotMutexes::listeners);
+  const TryLock locked(slot.*SlotMutexes::data);
   if (!alone || !locked || slot.empty())
     return 0;
   try {

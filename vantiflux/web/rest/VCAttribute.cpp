@@ -7,6 +7,7 @@
 
 #include <vantiflux/core/SlotVisit.h>
 #include <vantiflux/values/SlotTypes.h>
+#include <vantiflux/web/rest/SlotMutexes.h>
 #include <vantiflux/web/rest/TreeAccess.h>
 #include <vantiflux/web/rest/URLPath.h>
 
@@ -50,16 +51,14 @@ auto visit(const FindNode& findNode, const FindSlot& findSlot) {
 }
 
 /// One writer after the other: a listener takes the value that he is told of, and would wait for ever for one that
-/// another writer's has taken the place of.
+/// another writer's has taken the place of. Waited for as a delivery does: where a listener takes the slot away, those
+/// who wait for their turn come to it first, and he waits for them, rather than that the slot goes under their hands.
 class Turn {
 public:
-  explicit Turn(const Slot& slot) TARSIL_NO_ANALYSIS : slot_(slot) { slot_.listenersLock(); }
-  ~Turn() TARSIL_NO_ANALYSIS { slot_.listenersUnlock(); }
-  Turn(const Turn&) = delete;
-  Turn& operator=(const Turn&) = delete;
+  explicit Turn(Slot& slot) : lock_(slot.*SlotMutexes::listeners, Tarsil::Mutex::Wait::Delivery) {}
 
 private:
-  const Slot& slot_;
+  const Tarsil::MutexLock lock_;
 };
 
 std::vector<std::string> formatsOf(const BasicType& type) {
