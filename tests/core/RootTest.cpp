@@ -54,25 +54,29 @@ TEST(Root, KeepsWhatIsRemovedUntilReadersHaveGone) {
   };
   std::atomic<int> destroyed{0};
   Root& root = Root::the();
-  auto branch = std::make_unique<Namespace>();
-  branch->addNamespace("Leaf", std::make_unique<Counted>(destroyed));
-  root.addNamespace("Branch", std::move(branch));
+  for (const char* const label : {"Branch", "Bough"}) {
+    auto branch = std::make_unique<Namespace>();
+    branch->addNamespace("Leaf", std::make_unique<Counted>(destroyed));
+    root.addNamespace(label, std::move(branch));
+  }
   root.addNamespace("Twig", std::make_unique<Counted>(destroyed));
   {
     const Root::ReadLock lock;
     const Namespace* const leaf = root.getNamespaceFromPath("Branch/Leaf");
+    const Namespace* const other = root.getNamespaceFromPath("Bough/Leaf");
     const Namespace* const twig = root.getNamespaceFromPath("Twig");
     std::thread([&] {
       root.removeNamespace("Twig");
+      root.removeNamespace("Bough")->clear();
       root.clear();
       const Counted elsewhere(destroyed);
       delete new Counted(destroyed);
       EXPECT_EQ(destroyed, 1);
     }).join();
     EXPECT_EQ(destroyed, 2);
-    EXPECT_EQ(leaf->getLabel() + twig->getLabel(), "LeafTwig");
+    EXPECT_EQ(leaf->getLabel() + other->getLabel() + twig->getLabel(), "LeafLeafTwig");
   }
-  EXPECT_EQ(destroyed, 4);
+  EXPECT_EQ(destroyed, 5);
 }
 
 TEST(Root, DataFlowsWhileTheLockIsHeld) {

@@ -53,6 +53,18 @@ Graveyard::Yard& Graveyard::yard() {
 
 namespace {
 
+/// A step that the next one does not depend on: who deletes cannot be told of what it throws.
+template <class Step>
+void carryOut(Step&& step) {
+  try {
+    step();
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "Exception while a namespace was deleted: %s\n", e.what());
+  } catch (...) {
+    std::fputs("Exception of an unknown type while a namespace was deleted\n", stderr);
+  }
+}
+
 void destroy(Namespace* corpse) {
   void* const memory = dynamic_cast<void*>(corpse);
   corpse->~Namespace();
@@ -64,19 +76,13 @@ void destroy(Namespace* corpse) {
 std::atomic<int> Graveyard::occupied_{0};
 
 void Graveyard::bury(Namespace* corpse) {
-  try {
-    corpse->disable();
-  } catch (const std::exception& e) {
-    std::fprintf(stderr, "Exception while a namespace was deleted: %s\n", e.what());
-  } catch (...) {
-    std::fputs("Exception of an unknown type while a namespace was deleted\n", stderr);
-  }
+  carryOut([&] { corpse->disable(); });
   {
     const TreeLock lock;
     corpse->parent_ = nullptr;
     corpse->keepForReaders(false);
   }
-  SlotVisit::awaitEnd(*corpse);
+  carryOut([&] { SlotVisit::awaitEnd(*corpse); });
   if (!corpse->isInUse())
     return destroy(corpse);
   Yard::forgetSlots(*corpse);

@@ -131,7 +131,7 @@ bool Namespace::isInTree() const {
   const Namespace* top = this;
   while (top->parent_ != nullptr)
     top = top->parent_;
-  return Root::isInitialized() && top == Root::the_;
+  return top == Root::the_; // also on its way out with the process
 }
 
 // What is asked for from inside, by something that `initialize`, `shutdown` or a child calls back, takes effect when
@@ -145,6 +145,7 @@ void Namespace::enable() {
   turnAround_ = false;
   {
     const Phase phase(enabling_);
+    SlotVisit::awaitEnd(*this); // those who write into slots of a disabled namespace as well
     initialize();
   }
   if (std::exchange(turnAround_, false)) {
@@ -187,7 +188,7 @@ void Namespace::disable() {
         publishAll(false);
       });
     });
-    SlotVisit::awaitEnd(*this);
+    failures.collect([this] { SlotVisit::awaitEnd(*this); });
     forEachChild([&](Namespace& child) {
       failures.collect([&child] { child.disable(); });
       return true;
@@ -256,6 +257,9 @@ std::unique_ptr<Namespace> Namespace::takeChild(const std::string& key, const Na
   std::unique_ptr<Namespace> child = std::move(found->second);
   children_.erase(found);
   child->keepForReaders(isInTree());
+  // What was taken out of the tree further up is looked at as a whole.
+  for (const Namespace* at = this; at != nullptr; at = at->parent_)
+    child->keptUntil_ = std::max(child->keptUntil_, at->keptUntil_);
   labelCounts_.clear();
   return child;
 }

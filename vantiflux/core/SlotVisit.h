@@ -12,10 +12,11 @@ class Namespace;
 
 /// The stay of a thread at a slot that it found in the tree, when it has left the lock of structure: to read or to push
 /// a value without a connection, for as long as that takes. A visit counts as a delivery does: who takes the slot out
-/// of a namespace, disables or deletes the namespace, waits for its end, and lends what he holds to a visitor who wants
-/// it (see Tarsil::Mutex). Where that wait cannot be, because the visitor himself takes the slot away, or two wait for
-/// each other, a node and what belongs to it stay until the visit is over (see Graveyard); a slot of somebody else's
-/// does not.
+/// of a namespace, enables, disables or deletes the namespace, waits for its end, and lends what he holds to a visitor
+/// who wants it (see Tarsil::Mutex). Where that wait cannot be, because the visitor himself takes the slot away, or two
+/// wait for each other, a node and its slots stay until the visit is over (see Graveyard): those that are members of it
+/// or were attached (Node::attachSlot). A slot of somebody else's does not, nor, when it was found by way of the node's
+/// parent, one that a node has on the heap and did not attach.
 ///
 /// *Threads.* Begun with the lock of structure held, ended by the same thread when it has left that lock.
 class VANTIFLUX_API SlotVisit {
