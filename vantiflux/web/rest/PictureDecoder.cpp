@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
-#include <semaphore>
+#include <mutex>
 #include <stdexcept>
 
 #include <malloc.h>
@@ -63,7 +64,19 @@ namespace REST {
 namespace {
 
 constexpr std::chrono::seconds patience{10};
-std::counting_semaphore<> places(2);
+constexpr int mostWaiting = 8; ///< each one has a thread of the server's, of which there are not many more to spare
+
+struct Places {
+  std::mutex lock; ///< guards the rest
+  std::condition_variable oneIsFree;
+  int free = 2;
+  int waiting = 0;
+};
+
+Places& places() {
+  static auto* const the = new Places; // never destroyed: threads may outlive static destruction
+  return *the;
+}
 
 /// A JPEG file may go over its pixels as often as it likes, ten bytes each time. Some ten times is usual, for a picture
 /// that becomes finer and finer.
@@ -88,12 +101,27 @@ bool isGranted(const unsigned char* bytes, int size) {
 } // namespace
 
 PicturePlace::PicturePlace() {
-  if (!places.try_acquire_for(patience))
+  Places& all = places();
+  std::unique_lock guard(all.lock);
+  const auto isFree = [&] { return all.free > 0; };
+  bool mayCome = isFree();
+  if (!mayCome && all.waiting < mostWaiting) {
+    ++all.waiting;
+    mayCome = all.oneIsFree.wait_for(guard, patience, isFree);
+    --all.waiting;
+  }
+  if (!mayCome)
     throw std::runtime_error("Too many images at a time");
+  --all.free;
 }
 
 PicturePlace::~PicturePlace() {
-  places.release();
+  Places& all = places();
+  {
+    const std::lock_guard guard(all.lock);
+    ++all.free;
+  }
+  all.oneIsFree.notify_one();
 }
 
 PictureDecoder::PictureDecoder(const unsigned char* bytes, std::size_t size) {

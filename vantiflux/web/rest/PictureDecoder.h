@@ -10,7 +10,8 @@ namespace REST {
 /// listeners have had it.
 class PicturePlace {
 public:
-  /// Waits for a place, but not for ever: a listener may take its time. Throws std::runtime_error then.
+  /// Waits for a place, but not for ever: a listener may take its time. Throws std::runtime_error then, and at once
+  /// where eight wait already.
   PicturePlace();
   ~PicturePlace();
   PicturePlace(const PicturePlace&) = delete;
