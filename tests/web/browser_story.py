@@ -23,6 +23,7 @@ from selenium.webdriver.common.by import By
 from selenium.webdriver.support.ui import Select, WebDriverWait
 
 NASTY = "<b>&amp; \"q\" 'a' x/y  100%41 \u00e4\u6f22+#?="
+FILTER = NASTY + " filter"
 PATIENCE = 120  # seconds; a limit for failures only
 
 
@@ -208,13 +209,13 @@ class Story:
         self.submit("/Nodes.html")
         self.choose("name", "MotionFilter")
         self.submit("/NodeTypes.html")
-        self.fill("_name", "Filter")
+        self.fill("_name", FILTER)
         field = self.browser.find_element(By.ID, "p0")
         self.field_name = field.get_attribute("name")
         field.clear()
         field.send_keys("7")
         self.submit("/Nodes.html")
-        self.follow("Filter", "/Nodes.html", "//table[2]")
+        self.follow(FILTER, "/Nodes.html", "//table[2]")
         self.sees(f"{self.field_name}: 7")
         self.picture("2-node.png")
         self.crawl()
@@ -225,10 +226,25 @@ class Story:
         self.sees("No Routes defined.")
         outs = [o.get_attribute("value") for o in Select(self.browser.find_element(By.ID, "fromMenu")).options]
         ins = [o.get_attribute("value") for o in Select(self.browser.find_element(By.ID, "toMenu")).options]
-        self.choose("from", NASTY + "/Time")
-        self.choose("to", ins[2])
-        self.submit("/Routes.html")
+
+        def add_route():
+            self.choose("from", NASTY + "/Time")
+            self.choose("to", ins[2])
+            self.submit("/Routes.html")
+
+        add_route()
         self.picture("3-routes.png")
+        self.row_link(NASTY + "/Time", "remove", "/Routes.html")
+        self.sees("No Routes defined.")
+        add_route()
+        self.open("/Namespace.html", namespace=NASTY)
+        self.follow("External routes", "/ExternalRoutes.html")
+        self.choose("internal", NASTY + "/Time")
+        self.fill("external", NASTY + " time")
+        self.submit("/ExternalRoutes.html")
+        self.row_link(NASTY + " time", "remove", "/ExternalRoutes.html")
+        self.sees("No Routes defined.")
+        self.open("/Routes.html", namespace=NASTY)
         self.row_link(NASTY + "/Time", NASTY.replace("  ", " ") + "/Time", "/OutSlots.html")
         self.check(len(self.browser.find_elements(By.XPATH, "//tr[@class='odd' or @class='even']")) == 1, "one slot")
         self.follow("Show all OutSlots.", "/OutSlots.html")
@@ -241,11 +257,11 @@ class Story:
         file = self.save()
         self.follow("Nodes", "/Nodes.html")
         self.row_link(NASTY, "stop", "/Nodes.html")
-        self.row_link("Filter", "stop", "/Nodes.html")
+        self.row_link(FILTER, "stop", "/Nodes.html")
         self.sees("No nodes defined.")
         self.open("/Namespace.html", namespace=NASTY)
         self.load(file)
-        self.open("/Nodes.html", node=NASTY + "/Filter")
+        self.open("/Nodes.html", node=NASTY + "/" + FILTER)
         self.sees(f"{self.field_name}: 7")
         self.open("/Nodes.html", node=NASTY + "/" + NASTY)
         self.sees("Status: Sleeping")
@@ -262,7 +278,7 @@ class Story:
         self.load(file)
         self.open("/Nodes.html", node="Web")
         self.sees("Status: Running - Webserver listening on")
-        self.open("/Nodes.html", node=NASTY + "/Filter")
+        self.open("/Nodes.html", node=NASTY + "/" + FILTER)
         self.sees(f"{self.field_name}: 7")
         self.crawl()
 

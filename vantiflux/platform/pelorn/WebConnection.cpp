@@ -164,8 +164,8 @@ WebConnection::Next WebConnection::feed(std::string_view data) {
   else
     pending_.assign(input_);
   input_ = {};
-  if (pending_.empty() && pending_.capacity() > 1024)
-    std::string().swap(pending_);
+  if (pending_.capacity() > 2 * pending_.size() + 1024)
+    pending_.shrink_to_fit();
   return next;
 }
 

@@ -18,7 +18,8 @@ struct WebLimits {
   std::chrono::milliseconds linger{2000};    ///< after the last reply, for the client to read it and close
 
   std::size_t rate = 16384; ///< bytes a second of a body or a reply, after the time for one byte
-  /// Bytes of bodies and unsent replies, of all connections together. Those up to 64 KiB count, but are never refused.
+  /// Bytes of bodies, unsent replies and requests that wait for their turn, of all connections together. Those up to
+  /// 64 KiB count, but are never refused.
   std::size_t memory = std::size_t{256} << 20;
   /// At a time; 0: half the descriptors that the process may have, 4096 at most.
   std::size_t connections = 0;
