@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <thread>
@@ -382,25 +383,30 @@ TEST(WebSocketRoot, MayBeClearedByAMessage) {
 }
 
 TEST_F(WebSocket, LeavesDescriptorsForOthers) {
+  // So much that there is room for both ends of a quarter, and something more.
   struct Tight {
     Tight() {
       getrlimit(RLIMIT_NOFILE, &before);
       rlimit tight = before;
-      tight.rlim_cur = 120;
-      setrlimit(RLIMIT_NOFILE, &tight);
+      unsigned used = 0;
+      for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+        used = std::max(used, static_cast<unsigned>(std::stoul(entry.path().filename())));
+      tight.rlim_cur = 2 * (used + 60);
+      EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
     }
     ~Tight() { setrlimit(RLIMIT_NOFILE, &before); }
     rlimit before{};
   } const tight;
   number->out.push(1);
+  const std::size_t most = Pelorn::WebSocketServer::getMaxConnections();
   std::vector<std::unique_ptr<Subscriber>> clients;
-  for (int i = 0; i < 30; ++i)
+  while (clients.size() < most)
     clients.push_back(std::make_unique<Subscriber>(port, path("number/Out/data.string")));
   test::Client over(port);
   over.send(handshake("number/Out/data.string"));
   EXPECT_TRUE(over.readToEnd());
   clients.pop_back();
-  waitFor([] { return observers() == 29; });
+  waitFor([&] { return observers() == most - 1; });
   EXPECT_EQ(Subscriber(port, path("number/Out/data.string")).receive(), "1");
 }
 
@@ -414,11 +420,15 @@ TEST_F(WebSocket, BoundsWhatClientsSend) {
   client.send(largest + 'x');
   EXPECT_EQ(client.receive(), "");
   EXPECT_EQ(client.stream.reason().code, test::beast::websocket::close_code::too_big);
-  // All together more than there is room for, and each comes only in part.
+  // Together more than there is room for, and each comes only in part.
   {
+    struct Tight {
+      ~Tight() { Pelorn::WebSocketServer::setMemoryLimit(before); }
+      const std::size_t before = Pelorn::WebSocketServer::setMemoryLimit(Pelorn::WebSocketServer::messageLimit);
+    } const tight;
     std::vector<test::Client> holders;
     std::vector<pollfd> looked;
-    for (int i = 0; i < 17; ++i) {
+    for (int i = 0; i < 2; ++i) {
       test::Client& holder = holders.emplace_back(port);
       holder.send(handshake(in));
       EXPECT_EQ(holder.receive().status, 101);
@@ -426,11 +436,12 @@ TEST_F(WebSocket, BoundsWhatClientsSend) {
       holder.send({largest.data(), largest.size() / 2 + 1});
       looked.push_back({holder.descriptor(), POLLIN, 0});
     }
-    poll(looked.data(), looked.size(), -1);
-    const auto refused = std::find_if(looked.begin(), looked.end(), [](const pollfd& p) { return p.revents != 0; });
-    char said[4] = {};
-    EXPECT_EQ(recv(refused->fd, said, sizeof said, MSG_WAITALL), 4);
-    EXPECT_EQ(std::string(said, 4), "\x88\x02\x03\xf5") << "try again later";
+    EXPECT_GT(poll(looked.data(), looked.size(), 60000), 0);
+    EXPECT_TRUE(std::any_of(looked.begin(), looked.end(), [](const pollfd& one) {
+      char said[4] = {};
+      return one.revents != 0 && recv(one.fd, said, sizeof said, MSG_WAITALL) == 4 &&
+             std::string(said, 4) == "\x88\x02\x03\xf5";
+    })) << "try again later";
   }
   waitFor([] { return observers() == 0; });
   Subscriber later(port, path(in));

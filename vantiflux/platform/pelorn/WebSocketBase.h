@@ -18,7 +18,8 @@ public:
   class VANTIFLUX_API Listener {
   public:
     virtual ~Listener();
-    /// Nothing is being sent, and it was asked for (see requestReady). On a thread of the event loop: must not wait.
+    /// Nothing is being sent, and it was asked for (see requestReady). On a thread of the event loop, where it must not
+    /// wait, unless it takes long (see Incoming).
     virtual void ready() = 0;
     /// A message has come, text or binary. It may wait; one more message is read meanwhile.
     virtual void received(const std::string& message) = 0;
@@ -26,10 +27,10 @@ public:
     virtual void closed() = 0;
   };
 
-  /// What a client may send.
+  /// What a client may send, and whether that, or what it gets, is dear.
   struct Incoming {
     std::size_t limit = std::size_t{64} << 10; ///< bytes of a message; a client that sends more loses the connection
-    bool takesLong = false;                    ///< for `received` to see to: other connections do not wait for it
+    bool takesLong = false;                    ///< for the listener: `received` and `ready` may keep a thread busy
   };
 
   virtual ~WebSocketBase();

@@ -6,12 +6,13 @@
 
 namespace Pelorn {
 
-/// A connection's share of the memory that messages of clients may take, in all connections of the process together.
+/// What a message takes of the memory that messages may take, in all connections of the process together.
 ///
-/// *Threads.* Shares of different connections from any thread.
+/// *Threads.* Different shares, and the limit, from any thread.
 class WebSocketMemory {
 public:
-  static constexpr std::size_t limit = std::size_t{256} << 20;
+  /// In bytes. Returns the one before. What is taken already stays so.
+  static std::size_t setLimit(std::size_t bytes) noexcept { return limit_.exchange(bytes, std::memory_order_relaxed); }
 
   WebSocketMemory() noexcept = default;
   WebSocketMemory(WebSocketMemory&& other) noexcept : bytes_(std::exchange(other.bytes_, 0)) {}
@@ -24,10 +25,12 @@ public:
   /// Makes it so many bytes, at least as many as before; false when there is no room for them.
   bool grow(std::size_t bytes) noexcept {
     const std::size_t more = bytes - bytes_;
-    if (total_.fetch_add(more, std::memory_order_relaxed) + more > limit) {
-      total_.fetch_sub(more, std::memory_order_relaxed);
-      return false;
-    }
+    const std::size_t limit = limit_.load(std::memory_order_relaxed);
+    std::size_t total = total_.load(std::memory_order_relaxed);
+    do {
+      if (more > limit || total > limit - more)
+        return false;
+    } while (!total_.compare_exchange_weak(total, total + more, std::memory_order_relaxed));
     bytes_ = bytes;
     return true;
   }
@@ -35,6 +38,7 @@ public:
 private:
   std::size_t bytes_ = 0;
   static inline std::atomic<std::size_t> total_{0};
+  static inline std::atomic<std::size_t> limit_{std::size_t{256} << 20};
 };
 
 } // namespace Pelorn

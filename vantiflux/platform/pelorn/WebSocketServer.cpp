@@ -10,6 +10,7 @@
 #include <boost/locale/utf.hpp>
 
 #include <vantiflux/platform/pelorn/HTTPHeaders.h>
+#include <vantiflux/platform/pelorn/WebSocketMemory.h>
 #include <vantiflux/platform/pelorn/WebSocketSession.h>
 #include <vantiflux/platform/pelorn/WebSocketThreads.h>
 
@@ -87,6 +88,10 @@ std::size_t WebSocketServer::getMaxConnections() {
   if (::getrlimit(RLIMIT_NOFILE, &descriptors) != 0)
     return most;
   return static_cast<std::size_t>(std::min<rlim_t>(most, descriptors.rlim_cur / 4));
+}
+
+std::size_t WebSocketServer::setMemoryLimit(std::size_t bytes) {
+  return WebSocketMemory::setLimit(bytes);
 }
 
 void WebSocketServer::start(std::weak_ptr<Listener> listener, Incoming incoming) {

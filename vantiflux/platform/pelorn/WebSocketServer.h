@@ -17,9 +17,10 @@ class WebSocketThreads;
 /// The server's end of a WebSocket connection.
 ///
 /// Pings are answered. A client that takes nothing of a message for 10 seconds loses the connection, and so does one
-/// that neither says anything nor answers a ping for two minutes, and one whose message takes more than a minute to
-/// come. Where the messages of all clients together would take more than 256 MiB, the connection ends that the last of
-/// them comes from.
+/// that neither says anything nor answers a ping for two minutes, one whose message takes more than a minute to come,
+/// and one that takes more than a minute for a message and a second for every 16 KiB of it. Where the messages of all
+/// clients, and to all of them, would together take more than 256 MiB, the connection ends that the last of them
+/// belongs to; the first 64 KiB each way are always granted.
 class VANTIFLUX_API WebSocketServer final : public WebSocketBase {
 public:
   /// Bytes, for who wants large messages.
@@ -27,6 +28,9 @@ public:
 
   /// How many connections a process should have at most: they need a descriptor each, and other things need some too.
   static std::size_t getMaxConnections();
+
+  /// How many bytes the messages of all connections may take together. Returns the limit before; what is there stays.
+  static std::size_t setMemoryLimit(std::size_t bytes);
 
   /// Takes the connection over if the request asks for that; null otherwise. The handshake is made when the connection
   /// is started. With `binary` all messages are binary; a `protocol` that is not empty is told to the client. Throws

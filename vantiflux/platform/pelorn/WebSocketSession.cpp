@@ -22,9 +22,11 @@ constexpr std::chrono::seconds handshakeTime{10}; ///< for the closing one, too
 constexpr std::chrono::seconds silence{120};      ///< after which a client counts as gone; half of it brings a ping
 constexpr std::chrono::seconds lookTime{2};       ///< between two looks at the client's progress
 constexpr unsigned maxStalledLooks = 6;           ///< 10 seconds at least lie between the first and the last
+constexpr std::chrono::seconds closingTime{20};   ///< for what is left to be said, too
 constexpr std::chrono::seconds messageTime{60};   ///< from a message's first byte to its last
+constexpr std::size_t rate = 16384;               ///< bytes of a message for the client that earn a second more
 constexpr std::size_t firstInput = 4096;          ///< bytes that a connection always has room for
-constexpr std::size_t freeInput = 65536;          ///< bytes of a message that are not counted
+constexpr std::size_t freeSize = 65536;           ///< bytes of a message that are not counted
 
 } // namespace
 
@@ -51,18 +53,34 @@ auto WebSocketSession::onStrand(Step step) {
   };
 }
 
-// On a thread that may wait. The session goes on, if it does, when the call has returned.
+// On a thread that may wait. What the call holds goes when it has returned.
 template <class Call>
-void WebSocketSession::callListener(Call call) {
-  auto& thread = incoming_.takesLong ? threads_.longCalls() : threads_.calls();
-  asio::post(thread, [self = shared_from_this(), listener = listener_, call = std::move(call)] {
+void WebSocketSession::callListener(WebSocketThreads::Context& thread, bool WebSocketSession::*busy, Call call) {
+  this->*busy = true;
+  asio::post(thread, [self = shared_from_this(), listener = listener_, busy, call = std::move(call)]() mutable {
+    bool good = false;
     try {
-      if (const auto held = listener.lock())
-        return call(*self, *held);
+      if (const auto held = listener.lock()) {
+        const Call last = std::move(call);
+        last(*held);
+        good = true;
+      }
     } catch (...) { // NOLINT(bugprone-empty-catch): the end of the connection says it
     }
-    self->close();
+    if (!good)
+      self->close();
+    asio::post(self->strand_, [self, busy] {
+      (*self).*busy = false;
+      self->returned();
+    });
   });
+}
+
+void WebSocketSession::returned() {
+  hand();
+  read();
+  tellReady();
+  tellEnd();
 }
 
 void WebSocketSession::start(std::weak_ptr<WebSocketBase::Listener> listener, WebSocketBase::Incoming incoming) {
@@ -82,7 +100,10 @@ void WebSocketSession::send(std::string message, bool binary) {
   asio::dispatch(strand_, [self = shared_from_this(), message = std::move(message), binary]() mutable {
     if (self->state_ == State::Closing || self->state_ == State::Ended)
       return;
-    self->output_.emplace_back(std::move(message), binary);
+    WebSocketMemory memory;
+    if ((message.size() > freeSize || !self->output_.empty()) && !memory.grow(message.size()))
+      return self->refuse();
+    self->output_.push_back({std::move(message), std::move(memory), binary});
     self->sendNext();
   });
 }
@@ -100,13 +121,22 @@ void WebSocketSession::end(websocket::close_code why) {
   if (state_ != State::Open)
     return;
   state_ = State::Closing;
+  closingSince_ = Clock::now();
   stream_.async_close(why, onStrand([](WebSocketSession& session, const Error&) { session.ended(); }));
+}
+
+// There is no room. Behind a message that is on its way a reason would come late.
+void WebSocketSession::refuse() {
+  if (state_ == State::Open && !sending_)
+    end(websocket::close_code::try_again_later);
+  else
+    shut();
 }
 
 // It may have been closed before it was started.
 void WebSocketSession::accept() {
   if (state_ != State::Handshake)
-    return callListener([](WebSocketSession&, WebSocketBase::Listener& listener) { listener.closed(); });
+    return tellEnd();
   stream_.set_option(websocket::stream_base::timeout{handshakeTime, silence, true});
   stream_.read_message_max(incoming_.limit);
   stream_.auto_fragment(false);
@@ -146,7 +176,7 @@ bool WebSocketSession::makeRoom() {
   if (size_ < input_.size())
     return true;
   const std::size_t room = std::min(std::max(2 * size_, firstInput), incoming_.limit + 1);
-  if (room > freeInput && !memory_.grow(room)) {
+  if (room > freeSize && !memory_.grow(room)) {
     input_ = {};
     memory_ = {};
     return false;
@@ -162,10 +192,10 @@ void WebSocketSession::received(std::size_t bytes) {
   if (!stream_.is_message_done())
     return read();
   if (size_ <= firstInput) { // the room stays
-    waiting_.emplace(Message{input_.substr(0, size_), {}});
+    waiting_.emplace(Message{input_.substr(0, size_), {}, false});
   } else {
     input_.resize(size_);
-    waiting_.emplace(Message{std::move(input_), std::move(memory_)});
+    waiting_.emplace(Message{std::move(input_), std::move(memory_), false});
     input_ = {};
   }
   size_ = 0;
@@ -173,20 +203,12 @@ void WebSocketSession::received(std::size_t bytes) {
   read();
 }
 
-// The memory is given back when the listener has returned.
 void WebSocketSession::hand() {
-  if (handed_ || !waiting_)
+  if (handed_ || !waiting_ || state_ == State::Ended)
     return;
-  handed_ = true;
-  callListener([message = std::make_shared<const Message>(std::move(*waiting_))](WebSocketSession& session,
-                                                                                 WebSocketBase::Listener& listener) {
-    listener.received(message->text);
-    asio::post(session.strand_, [self = session.shared_from_this()] {
-      self->handed_ = false;
-      self->hand();
-      self->read();
-    });
-  });
+  callListener(
+      incoming_.takesLong ? threads_.longCalls() : threads_.calls(), &WebSocketSession::handed_,
+      [message = std::move(*waiting_)](WebSocketBase::Listener& listener) { listener.received(message.text); });
   waiting_.reset();
 }
 
@@ -194,8 +216,9 @@ void WebSocketSession::sendNext() {
   if (sending_ || output_.empty() || state_ != State::Open)
     return;
   sending_ = true;
-  stream_.binary(output_.front().second);
-  stream_.async_write(asio::buffer(output_.front().first),
+  sendingSince_ = Clock::now();
+  stream_.binary(output_.front().binary);
+  stream_.async_write(asio::buffer(output_.front().text),
                       onStrand([](WebSocketSession& session, const Error& error) { session.sent(error); }));
 }
 
@@ -210,8 +233,11 @@ void WebSocketSession::sent(const Error& error) {
 
 // The wish is forgotten before the listener looks, so what comes while it looks is looked at afterwards.
 void WebSocketSession::tellReady() {
-  if (state_ != State::Open || sending_ || !readyWanted_.exchange(false))
+  if (state_ != State::Open || sending_ || telling_ || !readyWanted_.exchange(false))
     return;
+  if (incoming_.takesLong)
+    return callListener(threads_.longCalls(), &WebSocketSession::telling_,
+                        [](WebSocketBase::Listener& listener) { listener.ready(); });
   try {
     if (const auto listener = listener_.lock())
       listener->ready();
@@ -239,7 +265,11 @@ bool WebSocketSession::isTooSlow() {
   const bool stalled = sending_ && written == lastWritten_;
   stalledLooks_ = stalled ? stalledLooks_ + 1 : 0;
   lastWritten_ = written;
-  return stalledLooks_ == maxStalledLooks || (size_ != 0 && Clock::now() - begun_ > messageTime);
+  const Clock::time_point now = Clock::now();
+  const auto earned = [this] { return std::chrono::seconds(output_.front().text.size() / rate); };
+  return stalledLooks_ == maxStalledLooks || (size_ != 0 && now - begun_ > messageTime) ||
+         (sending_ && now - sendingSince_ > messageTime + earned()) ||
+         (state_ == State::Closing && now - closingSince_ > closingTime);
 }
 
 // What is under way ends with an error.
@@ -254,7 +284,22 @@ void WebSocketSession::ended() {
   state_ = State::Ended;
   watch_.cancel();
   beast::get_lowest_layer(stream_).close();
-  callListener([](WebSocketSession&, WebSocketBase::Listener& listener) { listener.closed(); });
+  waiting_.reset();
+  output_.erase(output_.begin() + (sending_ ? 1 : 0), output_.end());
+  tellEnd();
+}
+
+// The last call: when the others have returned.
+void WebSocketSession::tellEnd() {
+  if (state_ != State::Ended || handed_ || telling_)
+    return;
+  asio::post(threads_.ends(), [listener = listener_] {
+    try {
+      if (const auto held = listener.lock())
+        held->closed();
+    } catch (...) { // NOLINT(bugprone-empty-catch): there is nothing left to end
+    }
+  });
 }
 
 } // namespace Pelorn

@@ -8,7 +8,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include <boost/asio/basic_waitable_timer.hpp>
 #include <boost/asio/io_context.hpp>
@@ -64,17 +63,20 @@ private:
 
   enum class State { Handshake, Open, Closing, Ended };
 
-  /// A message of the client, with the room it takes.
+  /// A message, with the room it takes.
   struct Message {
     std::string text;
     WebSocketMemory memory;
+    bool binary = false; ///< of one for the client
   };
 
   /// A handler on the strand: a step of this session, which it keeps.
   template <class Step>
   auto onStrand(Step step);
   template <class Call>
-  void callListener(Call call);
+  void callListener(WebSocketThreads::Context& thread, bool WebSocketSession::*busy, Call call);
+  void returned();
+  void refuse();
   void accept();
   void end(boost::beast::websocket::close_code why);
   void read();
@@ -88,6 +90,7 @@ private:
   bool isTooSlow();
   void shut();
   void ended();
+  void tellEnd();
 
   WebSocketThreads& threads_;
   const Executor strand_;
@@ -107,9 +110,12 @@ private:
   std::optional<Message> waiting_; ///< a whole message that the listener has no time for yet; nothing is read meanwhile
   bool handed_ = false;            ///< the listener has one
 
-  std::deque<std::pair<std::string, bool>> output_; ///< messages, and whether they are binary; the first is being sent
-  std::uint64_t lastWritten_ = 0;                   ///< when progress was looked at last
-  unsigned stalledLooks_ = 0;                       ///< how often in a row there was none
+  std::deque<Message> output_;     ///< the first is being sent
+  Clock::time_point sendingSince_; ///< the first of them
+  Clock::time_point closingSince_;
+  std::uint64_t lastWritten_ = 0; ///< when progress was looked at last
+  unsigned stalledLooks_ = 0;     ///< how often in a row there was none
+  bool telling_ = false;          ///< a call of `ready` is under way elsewhere
 
   // Who wishes sees that a message is being sent, or the end of the sending sees the wish.
   std::atomic<bool> sending_{false}; ///< written on the strand

@@ -13,6 +13,8 @@ namespace Pelorn {
 namespace {
 
 constexpr unsigned maxWireThreads = 4;
+constexpr unsigned callThreads = 8; ///< so many listeners may wait, for each other too
+constexpr unsigned longCallThreads = 2;
 
 /// Never destroyed: a connection may be closed while the process ends, and a thread that ended it comes to its own end
 /// later still.
@@ -30,7 +32,10 @@ Shared& shared() {
 } // namespace
 
 // The hint saves the loop from waking threads that it does not have.
-WebSocketThreads::Loop::Loop() : context(1), work(context.get_executor()), thread(this, &Loop::run) {}
+WebSocketThreads::Loop::Loop(unsigned count) : context(static_cast<int>(count)), work(context.get_executor()) {
+  while (threads.size() < count)
+    threads.emplace_back(this, &Loop::run);
+}
 
 // A handler that throws must not take the others with it.
 int WebSocketThreads::Loop::run() {
@@ -46,10 +51,10 @@ int WebSocketThreads::Loop::run() {
   return 0;
 }
 
-WebSocketThreads::WebSocketThreads() {
+WebSocketThreads::WebSocketThreads() : calls_(callThreads), longCalls_(longCallThreads), ends_(1) {
   const unsigned count = std::clamp(Tarsil::SysInfo::the().getNumberOfProcessors(), 1U, maxWireThreads);
   for (unsigned i = 0; i < count; ++i)
-    order_.push_back(&wires_.emplace_back());
+    order_.push_back(&wires_.emplace_back(1));
 }
 
 WebSocketThreads::~WebSocketThreads() = default;
@@ -62,13 +67,17 @@ template <class Call>
 void WebSocketThreads::forEach(Call call) {
   call(calls_);
   call(longCalls_);
+  call(ends_);
   for (Loop& loop : wires_)
     call(loop);
 }
 
 void WebSocketThreads::start() {
   bool started = true;
-  forEach([&](Loop& loop) { started = started && loop.thread.start(); });
+  forEach([&](Loop& loop) {
+    for (auto& thread : loop.threads)
+      started = started && thread.start();
+  });
   if (started)
     return;
   stop();
@@ -78,7 +87,10 @@ void WebSocketThreads::start() {
 bool WebSocketThreads::stop() {
   forEach([](Loop& loop) { loop.context.stop(); });
   bool ended = true;
-  forEach([&](Loop& loop) { ended = loop.thread.join() && ended; });
+  forEach([&](Loop& loop) {
+    for (auto& thread : loop.threads)
+      ended = thread.join() && ended;
+  });
   return ended;
 }
 

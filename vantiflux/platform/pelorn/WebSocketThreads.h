@@ -13,11 +13,13 @@
 
 namespace Pelorn {
 
-/// The threads of all WebSocket connections of the process: some that read and send and never wait, one for calls that
-/// may wait for locks, and one for calls that take long besides. They are started by the first connection.
+/// The threads of all WebSocket connections of the process: some that read and send and never wait, eight for calls
+/// that may wait, two for calls that take long besides, and one that tells of ends, which no call has to wait for. They
+/// are started by the first connection.
 ///
-/// Each thread has a loop of its own: what is posted there runs one after the other. Handlers that wait in the loops
-/// keep their connections, and are destroyed with them.
+/// Each that reads and sends has a loop of its own: what is posted there runs one after the other. What is posted for
+/// the others may run beside each other. Handlers that wait in the loops keep their connections, and are destroyed with
+/// them.
 class WebSocketThreads {
 public:
   using Context = boost::asio::io_context;
@@ -39,15 +41,17 @@ public:
   Context& calls() noexcept { return calls_.context; }
   /// For what may, and others should not have to wait for.
   Context& longCalls() noexcept { return longCalls_.context; }
+  /// For what follows the end of a connection. It may wait.
+  Context& ends() noexcept { return ends_.context; }
 
 private:
   struct Loop {
-    Loop();
+    explicit Loop(unsigned count);
     int run();
 
     Context context;
     boost::asio::executor_work_guard<Context::executor_type> work;
-    Tarsil::ObjectThread<Loop> thread; ///< goes first
+    std::list<Tarsil::ObjectThread<Loop>> threads; ///< go first
   };
 
   void start();
@@ -59,6 +63,7 @@ private:
   std::vector<Loop*> order_; ///< of the wires
   Loop calls_;
   Loop longCalls_;
+  Loop ends_;
   std::atomic<std::size_t> next_{0};
 };
 

@@ -29,13 +29,14 @@ void carryOut(Step step) noexcept {
   }
 }
 
-// A tree that was saved while a client watched, and loaded again, still has that client's route.
+// A tree that was saved while a client watched, and loaded again, still has that client's route. What was there before
+// the client is not its fault.
 void removeRoutesTo(const std::string& label) {
   std::vector<Route> routes;
   Root::the().getRoutesTo(label, routes);
   for (const Route& route : routes)
     if (Labels::lower(route.to) == label)
-      Root::the().removeRoute(route.from, route.to);
+      carryOut([&] { Root::the().removeRoute(route.from, route.to); });
 }
 
 } // namespace
@@ -60,7 +61,8 @@ bool WebSocketObserver::writes() const {
 void WebSocketObserver::start() {
   Pelorn::WebSocketBase::Incoming incoming;
   if (writes())
-    incoming = {Pelorn::WebSocketServer::messageLimit, attribute_->getType().name == "jpg"};
+    incoming.limit = Pelorn::WebSocketServer::messageLimit;
+  incoming.takesLong = attribute_->getType().name == "jpg"; // decoding it, and encoding
   socket_->start(weak_from_this(), incoming);
   if (attribute_->getKind() == VCAttribute::Kind::Field)
     sendMessage(attribute_->getFieldValue(), false);

@@ -30,7 +30,7 @@ namespace REST {
 /// Values of an out-slot come by a route in the root, from "node/attribute" to an in-slot of the observer's own there.
 ///
 /// *Threads.* `newData` runs in the writer's thread, and only tells the connection. The text is made on a thread of the
-/// connection; what a client sends is written on one that may wait.
+/// connection, a picture's on one that may be kept busy; what a client sends is written on one that may wait.
 class VANTIFLUX_API WebSocketObserver final : public Vantiflux::BasicInSlot::Listener,
                                               public Pelorn::WebSocketBase::Listener,
                                               public std::enable_shared_from_this<WebSocketObserver> {
