@@ -35,26 +35,32 @@ public:
   }
 
 private:
+  // With `element` once for each level of the tree, on a stack that may be small: what else they need stands in calls
+  // of its own, which are not to be made part of them.
   void contents(const Namespace& space) {
     if (!space.saveState())
       return;
     if (path_.size() > StateKeeperXMLHandler::maxDepth)
-      throw XMLWrap::SAXException("Namespaces are nested more than " + std::to_string(StateKeeperXMLHandler::maxDepth) +
-                                  " deep");
+      refuseDepth();
     fields(space);
     rules(space);
     for (Namespace* const child : space.getNamespaces())
       element(*child);
   }
 
-  void fields(const Namespace& space) {
+  [[noreturn, gnu::noinline]] static void refuseDepth() {
+    throw XMLWrap::SAXException("Namespaces are nested more than " + std::to_string(StateKeeperXMLHandler::maxDepth) +
+                                " deep");
+  }
+
+  [[gnu::noinline]] void fields(const Namespace& space) {
     std::vector<std::string> names;
     space.getFieldNames(names);
     for (const std::string& name : names)
       empty("Parameter", "name", name, "value", space.getFieldValue(name));
   }
 
-  void rules(const Namespace& space) {
+  [[gnu::noinline]] void rules(const Namespace& space) {
     std::vector<Route> routes;
     space.getRoutes(routes);
     for (const Route& route : routes)
@@ -81,14 +87,18 @@ private:
     const auto* const node = dynamic_cast<const Node*>(&child);
     const NodeType* const type = node == nullptr ? nullptr : node->type();
     const std::string name = type == nullptr ? "Namespace" : "Node";
+    start(name, child, type);
+    contents(child);
+    writer_.endElement(noURI, name, name);
+    path_.pop_back();
+  }
+
+  [[gnu::noinline]] void start(const std::string& name, const Namespace& child, const NodeType* type) {
     XMLWrap::AttributesImpl attributes;
     add(attributes, "label", child.getLabel());
     if (type != nullptr)
       add(attributes, "type", type->getName());
     writer_.startElement(noURI, name, name, attributes);
-    contents(child);
-    writer_.endElement(noURI, name, name);
-    path_.pop_back();
   }
 
   void empty(const std::string& element, const char* name1, const std::string& value1, const char* name2,
