@@ -30,6 +30,7 @@ public:
   /// What a client may send, and whether that, or what it gets, is dear.
   struct Incoming {
     std::size_t limit = std::size_t{64} << 10; ///< bytes of a message; a client that sends more loses the connection
+    bool isHeard = true;                       ///< or else messages are dropped, and `received` is not called
     bool takesLong = false;                    ///< for the listener: `received` and `ready` may keep a thread busy
   };
 

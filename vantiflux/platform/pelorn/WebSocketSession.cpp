@@ -77,10 +77,11 @@ void WebSocketSession::callListener(WebSocketThreads::Context& thread, bool WebS
 }
 
 void WebSocketSession::returned() {
+  if (state_ == State::Ended)
+    return tellEnd();
   hand();
   read();
   tellReady();
-  tellEnd();
 }
 
 void WebSocketSession::start(std::weak_ptr<WebSocketBase::Listener> listener, WebSocketBase::Incoming incoming) {
@@ -191,6 +192,10 @@ void WebSocketSession::received(std::size_t bytes) {
   size_ += bytes;
   if (!stream_.is_message_done())
     return read();
+  if (!incoming_.isHeard) {
+    size_ = 0;
+    return read();
+  }
   if (size_ <= firstInput) { // the room stays
     waiting_.emplace(Message{input_.substr(0, size_), {}, false});
   } else {
@@ -236,7 +241,7 @@ void WebSocketSession::tellReady() {
   if (state_ != State::Open || sending_ || telling_ || !readyWanted_.exchange(false))
     return;
   if (incoming_.takesLong)
-    return callListener(threads_.longCalls(), &WebSocketSession::telling_,
+    return callListener(threads_.longSends(), &WebSocketSession::telling_,
                         [](WebSocketBase::Listener& listener) { listener.ready(); });
   try {
     if (const auto listener = listener_.lock())

@@ -51,7 +51,7 @@ int WebSocketThreads::Loop::run() {
   return 0;
 }
 
-WebSocketThreads::WebSocketThreads() : calls_(callThreads), longCalls_(longCallThreads), ends_(1) {
+WebSocketThreads::WebSocketThreads() : calls_(callThreads), longCalls_(longCallThreads), longSends_(1), ends_(1) {
   const unsigned count = std::clamp(Tarsil::SysInfo::the().getNumberOfProcessors(), 1U, maxWireThreads);
   for (unsigned i = 0; i < count; ++i)
     order_.push_back(&wires_.emplace_back(1));
@@ -67,6 +67,7 @@ template <class Call>
 void WebSocketThreads::forEach(Call call) {
   call(calls_);
   call(longCalls_);
+  call(longSends_);
   call(ends_);
   for (Loop& loop : wires_)
     call(loop);

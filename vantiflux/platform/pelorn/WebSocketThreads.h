@@ -14,8 +14,8 @@
 namespace Pelorn {
 
 /// The threads of all WebSocket connections of the process: some that read and send and never wait, eight for calls
-/// that may wait, two for calls that take long besides, and one that tells of ends, which no call has to wait for. They
-/// are started by the first connection.
+/// that may wait, two for calls that take long besides, one for messages that take long to make, and one that tells of
+/// ends, which no call has to wait for. They are started by the first connection.
 ///
 /// Each that reads and sends has a loop of its own: what is posted there runs one after the other. What is posted for
 /// the others may run beside each other. Handlers that wait in the loops keep their connections, and are destroyed with
@@ -41,6 +41,8 @@ public:
   Context& calls() noexcept { return calls_.context; }
   /// For what may, and others should not have to wait for.
   Context& longCalls() noexcept { return longCalls_.context; }
+  /// For messages that take long to make.
+  Context& longSends() noexcept { return longSends_.context; }
   /// For what follows the end of a connection. It may wait.
   Context& ends() noexcept { return ends_.context; }
 
@@ -63,6 +65,7 @@ private:
   std::vector<Loop*> order_; ///< of the wires
   Loop calls_;
   Loop longCalls_;
+  Loop longSends_;
   Loop ends_;
   std::atomic<std::size_t> next_{0};
 };

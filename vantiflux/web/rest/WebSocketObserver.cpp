@@ -60,7 +60,8 @@ bool WebSocketObserver::writes() const {
 
 void WebSocketObserver::start() {
   Pelorn::WebSocketBase::Incoming incoming;
-  if (writes())
+  incoming.isHeard = writes();
+  if (incoming.isHeard)
     incoming.limit = Pelorn::WebSocketServer::messageLimit;
   incoming.takesLong = attribute_->getType().name == "jpg"; // decoding it, and encoding
   socket_->start(weak_from_this(), incoming);
