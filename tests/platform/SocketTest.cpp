@@ -1,8 +1,8 @@
 #include <vantiflux/platform/pelorn/Socket.h>
 
+#include "DescriptorLimit.h"
 #include "support.h"
 #include <netinet/in.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <vantiflux/platform/pelorn/Exception.h>
 #include <vantiflux/platform/pelorn/ServerSocket.h>
@@ -152,16 +152,13 @@ TEST(ServerSocket, OutlivesAShortageOfDescriptors) {
   });
   EXPECT_TRUE(accepter.blocked());
   const Pelorn::Descriptor client(::socket(AF_INET, SOCK_STREAM, 0));
-  rlimit before{};
-  ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before));
-  rlimit tight = before;
-  tight.rlim_cur = 3;
-  ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &tight));
-  const int connected = ::connect(client.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
-  // The worker now meets the shortage; nothing can be opened to look how it fares.
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &before));
-  EXPECT_EQ(0, connected);
+  {
+    const test::DescriptorLimit limit;
+    ASSERT_TRUE(limit.set(3));
+    EXPECT_EQ(0, ::connect(client.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address));
+    // The worker now meets the shortage; nothing can be opened to look how it fares.
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
   accepter.join();
   EXPECT_FALSE(failed);
   EXPECT_TRUE(peer);

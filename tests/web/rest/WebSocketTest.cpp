@@ -9,11 +9,11 @@
 #include <vector>
 
 #include <poll.h>
-#include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
 #include <core/Support.h>
+#include <platform/DescriptorLimit.h>
 #include <vantiflux/platform/pelorn/WebSocketServer.h>
 #include <vantiflux/platform/tarsil/ObjectThread.h>
 #include <vantiflux/web/WebNode.h>
@@ -384,19 +384,11 @@ TEST(WebSocketRoot, MayBeClearedByAMessage) {
 
 TEST_F(WebSocket, LeavesDescriptorsForOthers) {
   // So much that there is room for both ends of a quarter, and something more.
-  struct Tight {
-    Tight() {
-      getrlimit(RLIMIT_NOFILE, &before);
-      rlimit tight = before;
-      unsigned used = 0;
-      for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
-        used = std::max(used, static_cast<unsigned>(std::stoul(entry.path().filename())));
-      tight.rlim_cur = 2 * (used + 60);
-      EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &tight), 0);
-    }
-    ~Tight() { setrlimit(RLIMIT_NOFILE, &before); }
-    rlimit before{};
-  } const tight;
+  unsigned used = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+    used = std::max(used, static_cast<unsigned>(std::stoul(entry.path().filename())));
+  const test::DescriptorLimit limit;
+  ASSERT_TRUE(limit.set(2 * (used + 60)));
   number->out.push(1);
   const std::size_t most = Pelorn::WebSocketServer::getMaxConnections();
   std::vector<std::unique_ptr<Subscriber>> clients;
